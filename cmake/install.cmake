@@ -1,0 +1,23 @@
+# Installation: libraries, headers, the CMake package zebplexa (target
+# zeb::plexa and the companions) and the pkg-config file.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS zebmath1 zebmisc zeblapack zebplexa EXPORT zebplexaTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zeb DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(PLEXA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zebplexa)
+install(EXPORT zebplexaTargets NAMESPACE zeb:: DESTINATION ${PLEXA_CMAKE_DIR})
+export(EXPORT zebplexaTargets NAMESPACE zeb:: FILE ${PROJECT_BINARY_DIR}/zebplexaTargets.cmake)
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/zebplexaConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/zebplexaConfig.cmake INSTALL_DESTINATION ${PLEXA_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zebplexaConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zebplexaConfig.cmake ${PROJECT_BINARY_DIR}/zebplexaConfigVersion.cmake
+  DESTINATION ${PLEXA_CMAKE_DIR})
+
+configure_file(${PROJECT_SOURCE_DIR}/cmake/zebplexa.pc.in ${PROJECT_BINARY_DIR}/zebplexa.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zebplexa.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,600 @@
+// Containers of the zebmath1 companion library.
+//
+// dense1D and dense2D are views over reference-counted storage blocks:
+// copying or assigning a view shares the block (one more count), `copy`
+// makes a deep copy.  Counts change atomically, so views sharing a block may
+// be copied and dropped from several threads; writes to shared entries are
+// not synchronised.  Every member that can allocate returns false when memory
+// cannot be had and leaves the container in a valid (unchanged) state.
+//
+// vector_fixed, matrix_fixed and symmetric_fixed are small value types on
+// the stack.  Matrices are stored column by column; symmetric_fixed packs the
+// upper triangle column by column: (m11, m12, m22) in 2-D and
+// (m11, m12, m22, m13, m23, m33) in 3-D.
+//
+// Compiles as C++17.
+#pragma once
+
+#include <atomic>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <type_traits>
+
+#include <zeb/math1_export.hpp>
+
+namespace zeb {
+namespace math1 {
+
+// Raw memory for the containers.  Both are exported from zebmath1 so that
+// every module of a program allocates and frees through the same functions
+// (and the test-only allocation-failure switch sees every request).
+// __vector_num_alloc returns nullptr when the memory cannot be had; it never
+// throws.  __vector_num_free accepts nullptr.
+ZEBMATH1_API void* __vector_num_alloc(std::size_t bytes) noexcept;
+ZEBMATH1_API void __vector_num_free(void* p) noexcept;
+
+// Base of the reference-counted storage objects: a virtual destructor and an
+// atomic 32-bit count.  Objects are created with the nothrow new below and
+// deleted by whoever drops the count to zero.
+class ref_counted {
+ public:
+  ref_counted() noexcept : count_(0) {}
+  ref_counted(const ref_counted&) = delete;
+  ref_counted& operator=(const ref_counted&) = delete;
+  virtual ~ref_counted() = default;
+
+  void add_ref() const noexcept { count_.fetch_add(1, std::memory_order_relaxed); }
+  void release() const noexcept {
+    if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1)
+      const_cast<ref_counted*>(this)->__destroy();
+  }
+  std::uint32_t ref_count() const noexcept { return count_.load(std::memory_order_acquire); }
+
+  static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    return __vector_num_alloc(bytes);
+  }
+  static void operator delete(void* p) noexcept { __vector_num_free(p); }
+  static void operator delete(void* p, const std::nothrow_t&) noexcept { __vector_num_free(p); }
+  static void* operator new(std::size_t) = delete;  // storage is only made without exceptions
+
+ private:
+  void __destroy() noexcept { delete this; }
+  mutable std::atomic<std::uint32_t> count_;
+};
+
+}  // namespace math1
+
+// Smart pointer holding one count on a ref_counted object.
+template <class T>
+class Ptr {
+ public:
+  Ptr() noexcept = default;
+  Ptr(const Ptr& other) noexcept : p_(other.p_) {
+    if (p_) p_->add_ref();
+  }
+  Ptr(Ptr&& other) noexcept : p_(other.p_) { other.p_ = nullptr; }
+  ~Ptr() {
+    if (p_) p_->release();
+  }
+  // Takes a count on `raw` and drops the one held on the previous object.
+  Ptr& operator=(T* raw) noexcept {
+    if (raw) raw->add_ref();
+    T* old = p_;
+    p_ = raw;
+    if (old) old->release();
+    return *this;
+  }
+  Ptr& operator=(const Ptr& other) noexcept { return *this = other.p_; }
+  Ptr& operator=(Ptr&& other) noexcept {
+    if (this != &other) {
+      T* old = p_;
+      p_ = other.p_;
+      other.p_ = nullptr;
+      if (old) old->release();
+    }
+    return *this;
+  }
+  T* get() const noexcept { return p_; }
+  T* operator->() const noexcept { return p_; }
+  T& operator*() const noexcept { return *p_; }
+  explicit operator bool() const noexcept { return p_ != nullptr; }
+
+ private:
+  T* p_ = nullptr;
+};
+
+// A heap block of T owned by a reference-counted object: (vtable, count,
+// pointer to the first T, capacity in elements).
+template <class T, unsigned K = 8>
+class vector_num : public math1::ref_counted {
+  static_assert(std::is_trivially_copyable<T>::value,
+                "the containers hold trivially copyable values only");
+
+ public:
+  // A block of `capacity` elements (contents unspecified), or nullptr.
+  static vector_num* create(std::uint64_t capacity) noexcept {
+    if (capacity > UINT32_MAX) return nullptr;
+    vector_num* v = new (std::nothrow) vector_num();
+    if (!v) return nullptr;
+    if (capacity > 0) {
+      if (capacity > SIZE_MAX / sizeof(T)) {
+        delete v;
+        return nullptr;
+      }
+      v->data_ = static_cast<T*>(math1::__vector_num_alloc(static_cast<std::size_t>(capacity) * sizeof(T)));
+      if (!v->data_) {
+        delete v;
+        return nullptr;
+      }
+      v->capacity_ = static_cast<std::uint32_t>(capacity);
+    }
+    return v;
+  }
+
+  T* data() const noexcept { return data_; }
+  std::uint32_t capacity() const noexcept { return capacity_; }
+
+  // Makes room for `required` elements, keeping the first `kept` ones: the
+  // new capacity is at least `required` and at least `factor` times the old
+  // one (capped at 2^32 - 1 elements).  False only when memory runs out or
+  // the request does not fit 32 bits; the block is then unchanged.
+  bool __grow(std::uint64_t required, std::uint32_t kept, std::uint32_t factor) noexcept {
+    if (required <= capacity_) return true;
+    if (required > UINT32_MAX) return false;
+    std::uint64_t wanted = static_cast<std::uint64_t>(capacity_) * factor;
+    if (wanted < required) wanted = required;
+    if (wanted > UINT32_MAX) wanted = UINT32_MAX;
+    if (wanted > SIZE_MAX / sizeof(T)) return false;
+    T* fresh = static_cast<T*>(math1::__vector_num_alloc(static_cast<std::size_t>(wanted) * sizeof(T)));
+    if (!fresh) return false;
+    if (kept > capacity_) kept = capacity_;
+    if (kept > 0) std::memcpy(static_cast<void*>(fresh), static_cast<const void*>(data_), std::size_t(kept) * sizeof(T));
+    math1::__vector_num_free(data_);
+    data_ = fresh;
+    capacity_ = static_cast<std::uint32_t>(wanted);
+    return true;
+  }
+
+  ~vector_num() override { math1::__vector_num_free(data_); }
+
+ private:
+  vector_num() noexcept = default;
+
+  T* data_ = nullptr;
+  std::uint32_t capacity_ = 0;
+};
+
+namespace detail {
+// Storage of `view` grown so that `required` elements fit; creates the block
+// when there is none.  Used by both views.
+template <class T, unsigned K>
+bool ensure_storage(Ptr<vector_num<T, K>>& storage, std::uint64_t required, std::uint32_t kept,
+                    std::uint32_t factor) noexcept {
+  if (!storage) {
+    if (required == 0) return true;
+    vector_num<T, K>* block = vector_num<T, K>::create(required);
+    if (!block) return false;
+    storage = block;
+    return true;
+  }
+  return storage->__grow(required, kept, factor);
+}
+}  // namespace detail
+
+// A vector view: (storage, size, start).  Entry i is storage element start + i.
+template <class T, unsigned K = 8>
+class dense1D {
+ public:
+  using value_type = T;
+  using storage_type = vector_num<T, K>;
+
+  dense1D() noexcept = default;
+  // n entries, contents unspecified (empty when memory cannot be had).
+  explicit dense1D(unsigned n) noexcept { resize(n); }
+  // n entries equal to value (empty when memory cannot be had).
+  dense1D(unsigned n, const T& value) noexcept { resize(n, value); }
+  // Shallow: the new view shares the storage.
+  dense1D(const dense1D&) noexcept = default;
+  dense1D(dense1D&& other) noexcept
+      : storage_(static_cast<Ptr<storage_type>&&>(other.storage_)), size_(other.size_), start_(other.start_) {
+    other.size_ = 0;
+    other.start_ = 0;
+  }
+  // Shallow: shares other's storage; the old storage loses one count.
+  dense1D& operator=(const dense1D&) noexcept = default;
+  dense1D& operator=(dense1D&& other) noexcept {
+    if (this != &other) {
+      storage_ = static_cast<Ptr<storage_type>&&>(other.storage_);
+      size_ = other.size_;
+      start_ = other.start_;
+      other.size_ = 0;
+      other.start_ = 0;
+    }
+    return *this;
+  }
+  ~dense1D() = default;
+
+  // Sets every entry to value and returns it.
+  T operator=(const T& value) noexcept {
+    const T v = value;
+    T* p = data();
+    for (unsigned i = 0; i < size_; ++i) p[i] = v;
+    return v;
+  }
+
+  unsigned size() const noexcept { return size_; }
+  bool empty() const noexcept { return size_ == 0; }
+  unsigned start() const noexcept { return start_; }
+  storage_type* storage() const noexcept { return storage_.get(); }
+  unsigned capacity() const noexcept { return storage_ ? storage_->capacity() - start_ : 0; }
+
+  T* data() noexcept { return storage_ ? storage_->data() + start_ : nullptr; }
+  const T* data() const noexcept { return storage_ ? storage_->data() + start_ : nullptr; }
+  T* begin() noexcept { return data(); }
+  T* end() noexcept { return data() + size_; }
+  const T* begin() const noexcept { return data(); }
+  const T* end() const noexcept { return data() + size_; }
+  T& operator[](unsigned i) noexcept { return storage_->data()[start_ + i]; }
+  const T& operator[](unsigned i) const noexcept { return storage_->data()[start_ + i]; }
+
+  // Deep copy: storage of its own holding other's entries.
+  bool copy(const dense1D& other) noexcept {
+    if (other.size_ == 0) {
+      storage_ = nullptr;
+      size_ = start_ = 0;
+      return true;
+    }
+    storage_type* block = storage_type::create(other.size_);
+    if (!block) return false;
+    std::memcpy(static_cast<void*>(block->data()), static_cast<const void*>(other.data()),
+                std::size_t(other.size_) * sizeof(T));
+    storage_ = block;
+    size_ = other.size_;
+    start_ = 0;
+    return true;
+  }
+
+  // Size becomes n; the first min(old, n) entries are kept, new ones unspecified.
+  bool resize(unsigned n) noexcept {
+    if (n > size_ && !detail::ensure_storage(storage_, std::uint64_t(start_) + n, start_ + size_, 2)) return false;
+    size_ = n;
+    return true;
+  }
+  // As resize(n); entries beyond the old size are set to value.
+  bool resize(unsigned n, const T& value) noexcept {
+    const T v = value;
+    const unsigned old = size_;
+    if (!resize(n)) return false;
+    T* p = data();
+    for (unsigned i = old; i < n; ++i) p[i] = v;
+    return true;
+  }
+  // Capacity for at least n entries without changing the size (k is unused).
+  bool reserve(unsigned n, unsigned k = 1) noexcept {
+    (void)k;
+    return detail::ensure_storage(storage_, std::uint64_t(start_) + n, start_ + size_, 1);
+  }
+  // Appends one entry, doubling the capacity when full; false (size
+  // unchanged) when the storage cannot grow.
+  bool push_back(const T& value) noexcept {
+    const T v = value;
+    const std::uint64_t end = std::uint64_t(start_) + size_;
+    if (!storage_ || end >= storage_->capacity()) {
+      if (!detail::ensure_storage(storage_, end + 1, static_cast<std::uint32_t>(end), 2)) return false;
+    }
+    storage_->data()[end] = v;
+    ++size_;
+    return true;
+  }
+  // Appends n copies of value.
+  bool push_back_n(unsigned n, const T& value) noexcept {
+    if (std::uint64_t(size_) + n > UINT32_MAX) return false;
+    return resize(size_ + n, value);
+  }
+  // Size 0, capacity kept.
+  void clear() noexcept { size_ = 0; }
+  // Size 0 and the storage released.
+  void clear_hard() noexcept {
+    storage_ = nullptr;
+    size_ = start_ = 0;
+  }
+
+  bool operator==(const dense1D& other) const noexcept {
+    if (size_ != other.size_) return false;
+    const T* a = data();
+    const T* b = other.data();
+    for (unsigned i = 0; i < size_; ++i)
+      if (!(a[i] == b[i])) return false;
+    return true;
+  }
+  bool operator!=(const dense1D& other) const noexcept { return !(*this == other); }
+
+  // A view of entries first ... first + n - 1 sharing the storage.
+  dense1D sub_vector(unsigned first, unsigned n) noexcept { return dense1D(storage_, start_ + first, n); }
+  const dense1D sub_vector(unsigned first, unsigned n) const noexcept { return dense1D(storage_, start_ + first, n); }
+
+  // A view over a given block (used by dense2D::as_vector).
+  dense1D(const Ptr<storage_type>& storage, unsigned start, unsigned n) noexcept
+      : storage_(storage), size_(n), start_(start) {}
+
+ private:
+  Ptr<storage_type> storage_;
+  unsigned size_ = 0;
+  unsigned start_ = 0;
+};
+
+// A column-major matrix view: entry (i, j) is storage element
+// start + j * ld + i, with ld (the leading dimension) >= rows.
+template <class T>
+class dense2D {
+ public:
+  using value_type = T;
+  using storage_type = vector_num<T, 8>;
+
+  dense2D() noexcept = default;
+  // rows x cols entries, contents unspecified (empty when memory cannot be had).
+  dense2D(unsigned rows, unsigned cols) noexcept { resize(rows, cols); }
+  // rows x cols entries equal to value (empty when memory cannot be had).
+  dense2D(unsigned rows, unsigned cols, const T& value) noexcept { resize(rows, cols, value); }
+  dense2D(const dense2D&) noexcept = default;
+  dense2D(dense2D&& other) noexcept
+      : storage_(static_cast<Ptr<storage_type>&&>(other.storage_)),
+        start_(other.start_), rows_(other.rows_), cols_(other.cols_), ld_(other.ld_) {
+    other.start_ = other.rows_ = other.cols_ = other.ld_ = 0;
+  }
+  dense2D& operator=(const dense2D&) noexcept = default;
+  dense2D& operator=(dense2D&& other) noexcept {
+    if (this != &other) {
+      storage_ = static_cast<Ptr<storage_type>&&>(other.storage_);
+      start_ = other.start_;
+      rows_ = other.rows_;
+      cols_ = other.cols_;
+      ld_ = other.ld_;
+      other.start_ = other.rows_ = other.cols_ = other.ld_ = 0;
+    }
+    return *this;
+  }
+  ~dense2D() = default;
+
+  unsigned rows() const noexcept { return rows_; }
+  unsigned cols() const noexcept { return cols_; }
+  unsigned ld() const noexcept { return ld_; }
+  // True when rows x cols is 0.
+  bool empty() const noexcept { return rows_ == 0 || cols_ == 0; }
+  bool contiguous() const noexcept { return ld_ == rows_ || cols_ <= 1; }
+  unsigned start() const noexcept { return start_; }
+  storage_type* storage() const noexcept { return storage_.get(); }
+
+  T* data() noexcept { return storage_ ? storage_->data() + start_ : nullptr; }
+  const T* data() const noexcept { return storage_ ? storage_->data() + start_ : nullptr; }
+  T& operator()(unsigned i, unsigned j) noexcept { return storage_->data()[start_ + std::size_t(j) * ld_ + i]; }
+  const T& operator()(unsigned i, unsigned j) const noexcept {
+    return storage_->data()[start_ + std::size_t(j) * ld_ + i];
+  }
+
+  // Deep copy into a contiguous block of its own (ld = rows).
+  bool copy(const dense2D& other) noexcept {
+    const std::uint64_t n = std::uint64_t(other.rows_) * other.cols_;
+    if (n == 0) {
+      storage_ = nullptr;
+      start_ = 0;
+      rows_ = other.rows_;
+      cols_ = other.cols_;
+      ld_ = other.rows_;
+      return true;
+    }
+    storage_type* block = storage_type::create(n);
+    if (!block) return false;
+    copy_block(other, block->data(), other.rows_, other.cols_);
+    storage_ = block;
+    start_ = 0;
+    rows_ = other.rows_;
+    cols_ = other.cols_;
+    ld_ = other.rows_;
+    return true;
+  }
+  // Shares other's storage and shape (as assignment).
+  void shallow_copy(const dense2D& other) noexcept { *this = other; }
+
+  // Shape becomes rows x cols; entry (i, j) inside both shapes keeps its
+  // value, the others are unspecified.  A contiguous matrix that keeps its
+  // row count grows in place (capacity doubling), other changes move the
+  // entries to a block of their own.
+  bool resize(unsigned rows, unsigned cols) noexcept { return reshape(rows, cols, nullptr); }
+  // As resize(rows, cols); the new entries are set to value.
+  bool resize(unsigned rows, unsigned cols, const T& value) noexcept {
+    const T v = value;
+    return reshape(rows, cols, &v);
+  }
+  // Capacity for rows x cols entries without changing the shape (k is unused).
+  bool reserve(unsigned rows, unsigned cols, unsigned k = 1) noexcept {
+    (void)k;
+    const std::uint64_t n = std::uint64_t(rows) * cols;
+    if (n > UINT32_MAX) return false;
+    if (empty() || contiguous()) {
+      const std::uint32_t kept = start_ + (empty() ? 0u : rows_ * cols_);
+      return detail::ensure_storage(storage_, std::uint64_t(start_) + n, kept, 1);
+    }
+    // A strided view is first gathered into a contiguous block of its own.
+    const std::uint64_t own = std::uint64_t(rows_) * cols_;
+    storage_type* block = storage_type::create(n > own ? n : own);
+    if (!block) return false;
+    copy_block(*this, block->data(), rows_, cols_);
+    storage_ = block;
+    start_ = 0;
+    ld_ = rows_;
+    return true;
+  }
+
+  // A view of the nr x nc block at (r0, c0) sharing the storage (same ld).
+  dense2D sub_matrix(unsigned r0, unsigned c0, unsigned nr, unsigned nc) noexcept {
+    return dense2D(storage_, start_ + c0 * ld_ + r0, nr, nc, ld_);
+  }
+  const dense2D sub_matrix(unsigned r0, unsigned c0, unsigned nr, unsigned nc) const noexcept {
+    return dense2D(storage_, start_ + c0 * ld_ + r0, nr, nc, ld_);
+  }
+  // The contiguous matrix as a vector of rows x cols entries sharing the
+  // storage; an empty vector when the matrix is not contiguous.
+  dense1D<T, 8> as_vector() const noexcept {
+    if (!contiguous()) return dense1D<T, 8>();
+    return dense1D<T, 8>(storage_, start_, rows_ * cols_);
+  }
+
+  dense2D(const Ptr<storage_type>& storage, unsigned start, unsigned rows, unsigned cols, unsigned ld) noexcept
+      : storage_(storage), start_(start), rows_(rows), cols_(cols), ld_(ld) {}
+
+ private:
+  static void copy_block(const dense2D& from, T* to, unsigned rows, unsigned cols) noexcept {
+    const T* src = from.data();
+    if (from.ld_ == rows) {
+      std::memcpy(static_cast<void*>(to), static_cast<const void*>(src), std::size_t(rows) * cols * sizeof(T));
+      return;
+    }
+    for (unsigned j = 0; j < cols; ++j)
+      std::memcpy(static_cast<void*>(to + std::size_t(j) * rows), static_cast<const void*>(src + std::size_t(j) * from.ld_),
+                  std::size_t(rows) * sizeof(T));
+  }
+
+  bool reshape(unsigned rows, unsigned cols, const T* value) noexcept {
+    const std::uint64_t n = std::uint64_t(rows) * cols;
+    if (n > UINT32_MAX) return false;
+    const unsigned old_rows = rows_, old_cols = cols_;
+    if (old_rows == 0 || old_cols == 0) {
+      // Nothing to keep: reuse the block from start on.
+      if (!detail::ensure_storage(storage_, std::uint64_t(start_) + n, start_, 2)) return false;
+      rows_ = rows;
+      cols_ = cols;
+      ld_ = rows;
+      fill_new(0, 0, value);
+      return true;
+    }
+    if (rows == old_rows && (ld_ == rows || old_cols == 1)) {
+      // Contiguous with the same row count: columns are added or dropped at the end.
+      if (!detail::ensure_storage(storage_, std::uint64_t(start_) + n, start_ + old_rows * old_cols, 2)) return false;
+      cols_ = cols;
+      ld_ = rows;
+      fill_new(old_rows, old_cols, value);
+      return true;
+    }
+    if (n == 0) {
+      rows_ = rows;
+      cols_ = cols;
+      ld_ = rows;
+      return true;
+    }
+    storage_type* block = storage_type::create(n);
+    if (!block) return false;
+    const unsigned keep_r = rows < old_rows ? rows : old_rows;
+    const unsigned keep_c = cols < old_cols ? cols : old_cols;
+    const T* src = data();
+    T* dst = block->data();
+    for (unsigned j = 0; j < keep_c; ++j)
+      std::memcpy(static_cast<void*>(dst + std::size_t(j) * rows), static_cast<const void*>(src + std::size_t(j) * ld_),
+                  std::size_t(keep_r) * sizeof(T));
+    storage_ = block;
+    start_ = 0;
+    rows_ = rows;
+    cols_ = cols;
+    ld_ = rows;
+    fill_new(keep_r, keep_c, value);
+    return true;
+  }
+
+  // Sets to *value every entry outside the old rows_kept x cols_kept corner.
+  void fill_new(unsigned rows_kept, unsigned cols_kept, const T* value) noexcept {
+    if (!value || empty()) return;
+    const T v = *value;
+    T* p = data();
+    for (unsigned j = 0; j < cols_; ++j) {
+      T* col = p + std::size_t(j) * ld_;
+      for (unsigned i = (j < cols_kept ? rows_kept : 0); i < rows_; ++i) col[i] = v;
+    }
+  }
+
+  Ptr<storage_type> storage_;
+  unsigned start_ = 0;
+  unsigned rows_ = 0;
+  unsigned cols_ = 0;
+  unsigned ld_ = 0;
+};
+
+// N values stored contiguously, zero-filled by default.
+template <class T, unsigned N>
+struct vector_fixed {
+  T v[N];
+
+  vector_fixed() noexcept : v{} {}
+  template <class... A,
+            typename std::enable_if<sizeof...(A) == N && N != 0 &&
+                                        (std::is_convertible<A, T>::value && ...),
+                                    int>::type = 0>
+  vector_fixed(A... a) noexcept : v{static_cast<T>(a)...} {}
+
+  T& operator[](unsigned k) noexcept { return v[k]; }
+  const T& operator[](unsigned k) const noexcept { return v[k]; }
+  T* data() noexcept { return v; }
+  const T* data() const noexcept { return v; }
+  static constexpr unsigned size() noexcept { return N; }
+};
+
+// M x N values stored column by column, zero-filled by default.
+template <class T, unsigned M, unsigned N>
+struct matrix_fixed {
+  T a[M * N];
+
+  matrix_fixed() noexcept : a{} {}
+  // M x N values in column order.
+  template <class... A,
+            typename std::enable_if<sizeof...(A) == M * N && (M * N > 1) &&
+                                        (std::is_convertible<A, T>::value && ...),
+                                    int>::type = 0>
+  matrix_fixed(A... x) noexcept : a{static_cast<T>(x)...} {}
+
+  T& operator()(unsigned i, unsigned j) noexcept { return a[j * M + i]; }
+  const T& operator()(unsigned i, unsigned j) const noexcept { return a[j * M + i]; }
+  T* data() noexcept { return a; }
+  const T* data() const noexcept { return a; }
+  static constexpr unsigned rows() noexcept { return M; }
+  static constexpr unsigned cols() noexcept { return N; }
+};
+
+// A symmetric N x N matrix, upper triangle packed column by column
+// (N(N+1)/2 values), zero-filled by default.
+template <class T, unsigned N>
+struct symmetric_fixed {
+  static constexpr unsigned packed_size = N * (N + 1) / 2;
+  T m[packed_size];
+
+  symmetric_fixed() noexcept : m{} {}
+  // N values: the diagonal, zeros elsewhere.
+  template <class... A,
+            typename std::enable_if<sizeof...(A) == N && N != packed_size &&
+                                        (std::is_convertible<A, T>::value && ...),
+                                    int>::type = 0>
+  symmetric_fixed(A... d) noexcept : m{} {
+    const T diag[N] = {static_cast<T>(d)...};
+    for (unsigned k = 0; k < N; ++k) m[k * (k + 1) / 2 + k] = diag[k];
+  }
+  // N(N+1)/2 values: the packed coefficients.
+  template <class... A,
+            typename std::enable_if<sizeof...(A) == packed_size && (packed_size > 1) &&
+                                        (std::is_convertible<A, T>::value && ...),
+                                    int>::type = 0>
+  symmetric_fixed(A... c) noexcept : m{static_cast<T>(c)...} {}
+
+  T& operator[](unsigned k) noexcept { return m[k]; }
+  const T& operator[](unsigned k) const noexcept { return m[k]; }
+  // Symmetric access: (i, j) and (j, i) are the same coefficient.
+  T& operator()(unsigned i, unsigned j) noexcept { return m[index(i, j)]; }
+  const T& operator()(unsigned i, unsigned j) const noexcept { return m[index(i, j)]; }
+  T* data() noexcept { return m; }
+  const T* data() const noexcept { return m; }
+  static constexpr unsigned index(unsigned i, unsigned j) noexcept {
+    return i < j ? j * (j + 1) / 2 + i : i * (i + 1) / 2 + j;
+  }
+};
+
+}  // namespace zeb

@@ -1,0 +1,118 @@
+// Plexa index utilities: validity checks, largest index, renumbering,
+// permutation, matching of lists and connectivities, distinct indices and
+// grouping by key.
+//
+// UINT_MAX is the absent-node marker; each function states how it treats it.
+// Matrices are walked column by column with their leading dimension, so
+// sub-matrix views are accepted everywhere.
+#pragma once
+
+#include <zeb/plexa/core.hpp>
+
+namespace zeb {
+namespace plexa {
+
+// True when every entry of `ids` is UINT_MAX or below `nods`; true at once for
+// an empty list or nods == UINT_MAX.
+PLEXA_API bool check_IDs(const dense1D<unsigned int, 8>& ids, unsigned int nods);
+
+// The same test over every entry of `connect`; true at once when rows x cols
+// is 0 or nods == UINT_MAX.
+PLEXA_API bool check_IDs(const dense2D<unsigned int>& connect, unsigned int nods);
+
+// Strict test of a connectivity of the given element type.  True at once when
+// rows x cols is 0.  The type is narrowed by row count first; then
+// ELT_FACE_MIX (4 rows): rows 0-2 below nods, row 3 below nods or UINT_MAX;
+// ELT_SOLID_MIX (8 rows): a UINT_MAX in row 4, 5 or 6 ends the column and
+// every later row must be UINT_MAX, every earlier entry below nods;
+// other types: rows == nbr_nodes(type) and every entry below nods (UINT_MAX
+// never accepted, even for nods == UINT_MAX).  A row count that does not fit
+// the type gives false.
+PLEXA_API bool check_IDs(const dense2D<unsigned int>& connect, element_type type, unsigned int nods);
+
+// Largest entry other than UINT_MAX, starting from 0 (0 for markers only);
+// UINT_MAX for an empty list.
+PLEXA_API unsigned int max_ID(const dense1D<unsigned int, 8>& ids);
+
+// As above over the matrix.  A contiguous matrix (ld == rows) is read as one
+// list (UINT_MAX when empty); a strided view is walked column by column and
+// gives 0 when it has no column.
+PLEXA_API unsigned int max_ID(const dense2D<unsigned int>& connect);
+
+// Adds `shift` to every entry other than UINT_MAX.  Returns 0.
+PLEXA_API int shift_indices(dense1D<unsigned int, 8>& ids, int shift);
+
+// Adds `shift` to the entries of `connect`.  For ELT_FACE_MIX and
+// ELT_SOLID_MIX markers are left unchanged; for every other type every entry
+// is shifted, markers included (a single-type connectivity holds none).
+// Returns 0; nothing happens when shift is 0.
+PLEXA_API int shift_indices(dense2D<unsigned int>& connect, int shift, element_type type);
+
+// Replaces every entry x < new_IDs.size() by new_IDs[x]; other entries
+// (UINT_MAX included) are left unchanged.
+PLEXA_API void change_indices(dense1D<unsigned int, 8>& ids, const dense1D<unsigned int, 8>& new_IDs);
+
+// The same on every entry of the matrix, column by column.
+PLEXA_API void change_indices(dense2D<unsigned int>& connect, const dense1D<unsigned int, 8>& new_IDs);
+
+// Scatter: with m = min(v.size(), perm.size()), the entry at position i < m
+// moves to position perm[i] when perm[i] < v.size() and perm[i] != i;
+// positions nothing moves to keep their value, entries beyond m stay.
+// Returns 0 (also for an empty v), -199 when the working copy cannot be made
+// (v unchanged).
+PLEXA_API int permutation(dense1D<unsigned int, 8>& v, const dense1D<unsigned int, 8>& perm);
+PLEXA_API int permutation(dense1D<double, 8>& v, const dense1D<unsigned int, 8>& perm);
+
+// Matches two lists.  Outputs: pos1 (size IDs2.size()): pos1[j] is the first
+// position in IDs1 of IDs2[j]; pos2 (size IDs1.size()): for the first
+// occurrence i of a value, pos2[i] is its first position in IDs2.  Unmatched
+// entries and UINT_MAX values give UINT_MAX.  Returns 0, -199 when the outputs
+// or the map cannot be sized.
+PLEXA_API int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>& IDs2,
+                      dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2);
+
+// Matches the columns of two connectivities.  Outputs: pos1 (size
+// connect2.cols()): pos1[j] is the smallest column of connect1 matching column
+// j of connect2; pos2 (size connect1.cols()): the smallest column of connect2
+// matching column i of connect1; UINT_MAX when none.  With strict, columns
+// match when equal entry by entry; otherwise when equal up to a cyclic
+// rotation, possibly reversed.  Returns 0, -2 when the row counts differ,
+// -199 on memory failure.
+PLEXA_API int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& connect2,
+                      dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2, bool strict);
+
+// Appends to uIDs, in order of first appearance in IDs, every value that is
+// not UINT_MAX, not in `excluded` and not yet appended by this call (uIDs is
+// neither emptied nor consulted).  Returns 0, -199 on memory failure (uIDs
+// then keeps its previous size).
+PLEXA_API int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense1D<unsigned int, 8>& IDs,
+                             dense1D<unsigned int, 8> excluded);
+
+// The same over the entries of `connect`, column by column.
+PLEXA_API int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>& connect,
+                             dense1D<unsigned int, 8> excluded);
+
+// The same over every matrix of [first, last) in order.  Returns 0 (also for
+// an empty range), -3 when first is after last, -199 on memory failure.
+PLEXA_API int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>* first,
+                             const dense2D<unsigned int>* last, dense1D<unsigned int, 8> excluded);
+
+// Number of distinct values other than UINT_MAX in all matrices of
+// [first, last): 0 for an empty range, -2 when first is after last, -199 on
+// memory failure.
+PLEXA_API int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsigned int>* last);
+
+// The range form on one matrix.
+PLEXA_API int count_unique_indices(const dense2D<unsigned int>& connect);
+
+// Stable counting sort of positions by key.  With M the largest key other
+// than UINT_MAX (0 if none), offsets gets M + 2 entries and order the
+// positions of all keys other than UINT_MAX, grouped by increasing key and by
+// increasing position within a key: the positions of key k are
+// order[offsets[k]] ... order[offsets[k+1] - 1].  Empty keys give offsets = (0)
+// and an empty order.  Returns 0, -199 (both outputs emptied) on memory failure.
+PLEXA_API int get_sorted_order(const dense1D<unsigned int, 8>& keys, dense1D<unsigned int, 8>& order,
+                               dense1D<unsigned int, 8>& offsets);
+
+}  // namespace plexa
+}  // namespace zeb

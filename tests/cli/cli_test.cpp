@@ -129,6 +129,9 @@ struct leak_checks_off {
 #if defined(__SANITIZE_ADDRESS__)
   leak_checks_off() { __lsan_disable(); }
   ~leak_checks_off() { __lsan_enable(); }
+#else
+  leak_checks_off() {}
+  ~leak_checks_off() {}
 #endif
 };
 

@@ -22,6 +22,7 @@
 #include <cstring>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include <zeb/math1_export.hpp>
 
@@ -114,16 +115,14 @@ class vector_num : public math1::ref_counted {
                 "the containers hold trivially copyable values only");
 
  public:
-  // A block of `capacity` elements (contents unspecified), or nullptr.
+  // A block of `capacity` elements (contents unspecified), or nullptr when
+  // memory cannot be had or the request does not fit 32 bits of elements or
+  // a size_t of bytes (nothing is allocated then).
   static vector_num* create(std::uint64_t capacity) noexcept {
-    if (capacity > UINT32_MAX) return nullptr;
+    if (capacity > UINT32_MAX || capacity > SIZE_MAX / sizeof(T)) return nullptr;
     vector_num* v = new (std::nothrow) vector_num();
     if (!v) return nullptr;
     if (capacity > 0) {
-      if (capacity > SIZE_MAX / sizeof(T)) {
-        delete v;
-        return nullptr;
-      }
       v->data_ = static_cast<T*>(math1::__vector_num_alloc(static_cast<std::size_t>(capacity) * sizeof(T)));
       if (!v->data_) {
         delete v;
@@ -137,21 +136,24 @@ class vector_num : public math1::ref_counted {
   T* data() const noexcept { return data_; }
   std::uint32_t capacity() const noexcept { return capacity_; }
 
-  // Makes room for `required` elements, keeping the first `kept` ones: the
-  // new capacity is at least `required` and at least `factor` times the old
-  // one (capped at 2^32 - 1 elements).  False only when memory runs out or
-  // the request does not fit 32 bits; the block is then unchanged.
+  // Makes room for `required` elements, keeping the first `kept` ones (the
+  // rest of the block is unspecified afterwards): the new capacity is at
+  // least `required` and at least `factor` times the old one, capped at
+  // 2^32 - 1 elements.  A block that already satisfies both is left alone.
+  // False only when memory runs out or `required` does not fit 32 bits; the
+  // block is then unchanged.
   bool __grow(std::uint64_t required, std::uint32_t kept, std::uint32_t factor) noexcept {
-    if (required <= capacity_) return true;
     if (required > UINT32_MAX) return false;
     std::uint64_t wanted = static_cast<std::uint64_t>(capacity_) * factor;
     if (wanted < required) wanted = required;
     if (wanted > UINT32_MAX) wanted = UINT32_MAX;
+    if (wanted <= capacity_) return true;
     if (wanted > SIZE_MAX / sizeof(T)) return false;
     T* fresh = static_cast<T*>(math1::__vector_num_alloc(static_cast<std::size_t>(wanted) * sizeof(T)));
     if (!fresh) return false;
     if (kept > capacity_) kept = capacity_;
-    if (kept > 0) std::memcpy(static_cast<void*>(fresh), static_cast<const void*>(data_), std::size_t(kept) * sizeof(T));
+    if (kept > 0)
+      std::memcpy(static_cast<void*>(fresh), static_cast<const void*>(data_), std::size_t(kept) * sizeof(T));
     math1::__vector_num_free(data_);
     data_ = fresh;
     capacity_ = static_cast<std::uint32_t>(wanted);
@@ -168,8 +170,9 @@ class vector_num : public math1::ref_counted {
 };
 
 namespace detail {
-// Storage of `view` grown so that `required` elements fit; creates the block
-// when there is none.  Used by both views.
+// Makes `storage` hold at least `required` elements, keeping the first
+// `kept`; creates the block when there is none.  A block that is already
+// large enough is not touched; otherwise it grows by `factor`.
 template <class T, unsigned K>
 bool ensure_storage(Ptr<vector_num<T, K>>& storage, std::uint64_t required, std::uint32_t kept,
                     std::uint32_t factor) noexcept {
@@ -180,7 +183,27 @@ bool ensure_storage(Ptr<vector_num<T, K>>& storage, std::uint64_t required, std:
     storage = block;
     return true;
   }
+  if (required <= storage->capacity()) return true;
   return storage->__grow(required, kept, factor);
+}
+
+// Entry equality: the type's own operator== when it has one, the object
+// representation otherwise (plain records without a comparison).
+template <class T, class = void>
+struct has_equal : std::false_type {};
+template <class T>
+struct has_equal<T, decltype(void(bool(std::declval<const T&>() == std::declval<const T&>())))>
+    : std::true_type {};
+
+template <class T>
+bool equal_entries(const T* a, const T* b, unsigned n) noexcept {
+  if constexpr (has_equal<T>::value) {
+    for (unsigned i = 0; i < n; ++i)
+      if (!(a[i] == b[i])) return false;
+    return true;
+  } else {
+    return n == 0 || std::memcmp(static_cast<const void*>(a), static_cast<const void*>(b), std::size_t(n) * sizeof(T)) == 0;
+  }
 }
 }  // namespace detail
 
@@ -278,16 +301,17 @@ class dense1D {
     return detail::ensure_storage(storage_, std::uint64_t(start_) + n, start_ + size_, 1);
   }
   // Appends one entry, doubling the capacity when full; false (size
-  // unchanged) when the storage cannot grow.
+  // unchanged) when the storage cannot grow.  The common case (room left)
+  // stays inline; growing is out of line.
   bool push_back(const T& value) noexcept {
-    const T v = value;
+    vector_num<T, K>* s = storage_.get();
     const std::uint64_t end = std::uint64_t(start_) + size_;
-    if (!storage_ || end >= storage_->capacity()) {
-      if (!detail::ensure_storage(storage_, end + 1, static_cast<std::uint32_t>(end), 2)) return false;
+    if (s && end < s->capacity()) {
+      s->data()[end] = value;
+      ++size_;
+      return true;
     }
-    storage_->data()[end] = v;
-    ++size_;
-    return true;
+    return push_back_grow(value);
   }
   // Appends n copies of value.
   bool push_back_n(unsigned n, const T& value) noexcept {
@@ -302,13 +326,9 @@ class dense1D {
     size_ = start_ = 0;
   }
 
+  // Same size and equal entries (records without operator== compare bytewise).
   bool operator==(const dense1D& other) const noexcept {
-    if (size_ != other.size_) return false;
-    const T* a = data();
-    const T* b = other.data();
-    for (unsigned i = 0; i < size_; ++i)
-      if (!(a[i] == b[i])) return false;
-    return true;
+    return size_ == other.size_ && detail::equal_entries(data(), other.data(), size_);
   }
   bool operator!=(const dense1D& other) const noexcept { return !(*this == other); }
 
@@ -316,11 +336,34 @@ class dense1D {
   dense1D sub_vector(unsigned first, unsigned n) noexcept { return dense1D(storage_, start_ + first, n); }
   const dense1D sub_vector(unsigned first, unsigned n) const noexcept { return dense1D(storage_, start_ + first, n); }
 
+  // Exchanges the two views (no count changes).
+  void swap(dense1D& other) noexcept {
+    Ptr<storage_type> s = static_cast<Ptr<storage_type>&&>(storage_);
+    storage_ = static_cast<Ptr<storage_type>&&>(other.storage_);
+    other.storage_ = static_cast<Ptr<storage_type>&&>(s);
+    const unsigned n = size_, f = start_;
+    size_ = other.size_;
+    start_ = other.start_;
+    other.size_ = n;
+    other.start_ = f;
+  }
+
   // A view over a given block (used by dense2D::as_vector).
   dense1D(const Ptr<storage_type>& storage, unsigned start, unsigned n) noexcept
       : storage_(storage), size_(n), start_(start) {}
 
  private:
+  // The appending protocol when the block is full or missing: grow to room
+  // for end + 1 keeping the first end elements, doubling the capacity.
+  [[gnu::noinline]] bool push_back_grow(const T& value) noexcept {
+    const T v = value;  // `value` may live in the block that moves
+    const std::uint64_t end = std::uint64_t(start_) + size_;
+    if (!detail::ensure_storage(storage_, end + 1, static_cast<std::uint32_t>(end), 2)) return false;
+    storage_->data()[end] = v;
+    ++size_;
+    return true;
+  }
+
   Ptr<storage_type> storage_;
   unsigned size_ = 0;
   unsigned start_ = 0;
@@ -367,6 +410,8 @@ class dense2D {
   bool contiguous() const noexcept { return ld_ == rows_ || cols_ <= 1; }
   unsigned start() const noexcept { return start_; }
   storage_type* storage() const noexcept { return storage_.get(); }
+  // Elements of the block from start on.
+  unsigned capacity() const noexcept { return storage_ ? storage_->capacity() - start_ : 0; }
 
   T* data() noexcept { return storage_ ? storage_->data() + start_ : nullptr; }
   const T* data() const noexcept { return storage_ ? storage_->data() + start_ : nullptr; }
@@ -441,6 +486,20 @@ class dense2D {
   dense1D<T, 8> as_vector() const noexcept {
     if (!contiguous()) return dense1D<T, 8>();
     return dense1D<T, 8>(storage_, start_, rows_ * cols_);
+  }
+
+  // Shape 0 x 0, the block kept for reuse by a later resize.
+  void clear() noexcept { rows_ = cols_ = ld_ = 0; }
+  // Shape 0 x 0 and the storage released.
+  void clear_hard() noexcept {
+    storage_ = nullptr;
+    start_ = rows_ = cols_ = ld_ = 0;
+  }
+  // Exchanges the two views (no count changes).
+  void swap(dense2D& other) noexcept {
+    dense2D t(static_cast<dense2D&&>(other));
+    other = static_cast<dense2D&&>(*this);
+    *this = static_cast<dense2D&&>(t);
   }
 
   dense2D(const Ptr<storage_type>& storage, unsigned start, unsigned rows, unsigned cols, unsigned ld) noexcept
@@ -548,7 +607,7 @@ struct matrix_fixed {
   matrix_fixed() noexcept : a{} {}
   // M x N values in column order.
   template <class... A,
-            typename std::enable_if<sizeof...(A) == M * N && (M * N > 1) &&
+            typename std::enable_if<sizeof...(A) == M * N && (M * N != 0) &&
                                         (std::is_convertible<A, T>::value && ...),
                                     int>::type = 0>
   matrix_fixed(A... x) noexcept : a{static_cast<T>(x)...} {}
@@ -571,7 +630,7 @@ struct symmetric_fixed {
   symmetric_fixed() noexcept : m{} {}
   // N values: the diagonal, zeros elsewhere.
   template <class... A,
-            typename std::enable_if<sizeof...(A) == N && N != packed_size &&
+            typename std::enable_if<sizeof...(A) == N && N != 0 &&
                                         (std::is_convertible<A, T>::value && ...),
                                     int>::type = 0>
   symmetric_fixed(A... d) noexcept : m{} {
@@ -580,7 +639,7 @@ struct symmetric_fixed {
   }
   // N(N+1)/2 values: the packed coefficients.
   template <class... A,
-            typename std::enable_if<sizeof...(A) == packed_size && (packed_size > 1) &&
+            typename std::enable_if<sizeof...(A) == packed_size && packed_size != N &&
                                         (std::is_convertible<A, T>::value && ...),
                                     int>::type = 0>
   symmetric_fixed(A... c) noexcept : m{static_cast<T>(c)...} {}

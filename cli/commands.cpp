@@ -1,0 +1,27 @@
+// The command table.  One line per command; each is defined in its own file.
+#include "command.hpp"
+
+#include <cstring>
+#include <iterator>
+
+namespace plexa_cli {
+
+extern const command demo_command;
+
+namespace {
+
+const command* const table[] = {
+    &demo_command,
+};
+
+}  // namespace
+
+command_list commands() { return {std::begin(table), std::end(table)}; }
+
+const command* find_command(const char* name) {
+  for (const command* c : table)
+    if (std::strcmp(c->name, name) == 0) return c;
+  return nullptr;
+}
+
+}  // namespace plexa_cli

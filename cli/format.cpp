@@ -1,0 +1,15 @@
+#include "format.hpp"
+
+#include <charconv>
+
+namespace plexa_cli {
+
+number_text format_number(double value) {
+  number_text t{};
+  // to_chars never consults the locale; 32 bytes hold any shortest double.
+  const auto r = std::to_chars(t.text, t.text + sizeof t.text - 1, value);
+  *r.ptr = '\0';
+  return t;
+}
+
+}  // namespace plexa_cli

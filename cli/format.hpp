@@ -1,0 +1,15 @@
+// Number formatting for the tool's output, independent of the C and C++
+// locales: a decimal point is always '.', and no digit grouping.
+#pragma once
+
+namespace plexa_cli {
+
+struct number_text {
+  char text[32];
+};
+
+// Shortest text that reads back as the same double ("0.5", "-2", "1e-07",
+// "inf", "nan").
+number_text format_number(double value);
+
+}  // namespace plexa_cli

@@ -1,0 +1,31 @@
+// Text summary of a mesh: node count, elements by type, bounding box.
+#pragma once
+
+#include <cstdio>
+
+#include <zeb/plexa/core.hpp>
+
+namespace plexa_cli {
+
+// Name of an element type without its ELT_ prefix ("HEXA8", "SOLID_MIX").
+const char* element_name(zeb::plexa::element_type type);
+
+// Kind of one element of a connectivity of the given type: the member a
+// mixed column holds (ELT_TRIA3 or ELT_QUAD4 for ELT_FACE_MIX, ELT_TETRA4 ...
+// ELT_HEXA8 for ELT_SOLID_MIX), the declared type otherwise.  The column
+// must pass check_IDs for that type.
+zeb::plexa::element_type element_kind(const zeb::dense2D<unsigned>& connect, zeb::plexa::element_type type,
+                                      unsigned column);
+
+// Writes to out:
+//   nodes: <count>
+//   elements: <count>
+//     <TYPE>: <count>          (one line per kind present, in enumeration order)
+//   bounding box: [xmin, xmax] x [ymin, ymax] (x [zmin, zmax])
+// The bounding box line is left out when there is no node.  Numbers are
+// written independently of the locale.  Returns false, writing nothing, when
+// the connectivity does not fit the type or refers to a missing node.
+bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect,
+                        zeb::plexa::element_type type);
+
+}  // namespace plexa_cli

@@ -31,6 +31,19 @@ const dense2D<unsigned>& tets() {
   return m;
 }
 
+// The same connectivity with its values spread over 32 bits (an odd
+// multiplier keeps them distinct): the hash set path.
+const dense2D<unsigned>& spread_tets() {
+  static const dense2D<unsigned> m = [] {
+    dense2D<unsigned> c;
+    c.copy(tets());
+    unsigned* p = c.data();
+    for (std::size_t k = 0; k < std::size_t(4) * tetrahedra; ++k) p[k] *= 2654435761u;
+    return c;
+  }();
+  return m;
+}
+
 // A random renumbering of the nodes.
 const dense1D<unsigned, 8>& renumbering() {
   static const dense1D<unsigned, 8> v = [] {
@@ -60,6 +73,11 @@ void count_unique_indices_plexa(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(zeb::plexa::count_unique_indices(tets()));
 }
 BENCHMARK(count_unique_indices_plexa)->Unit(benchmark::kMillisecond);
+
+void count_unique_indices_spread_plexa(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(zeb::plexa::count_unique_indices(spread_tets()));
+}
+BENCHMARK(count_unique_indices_spread_plexa)->Unit(benchmark::kMillisecond);
 
 // Baseline: insertion into std::unordered_set, without and with pre-sizing.
 void unordered_set_insert_baseline(benchmark::State& state) {

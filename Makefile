@@ -4,7 +4,7 @@
 #   make demo       build the plexa tool and run `plexa demo`
 #   make test       build everything and run the whole test suite
 #   make sanitize   the test suite built with AddressSanitizer and UBSan
-#   make bench      the benchmarks, in an optimised build
+#   make bench      the benchmarks, in an optimised build (BENCH_ARGS=... for filters)
 #   make install PREFIX=/opt/plexa
 
 BUILD ?= build
@@ -13,6 +13,7 @@ BENCH_BUILD ?= build-rel
 PREFIX ?= /usr/local
 JOBS ?= 2
 CMAKE_ARGS ?=
+BENCH_ARGS ?= --benchmark_repetitions=1
 
 # ccache (picked up by CMake when present) shares hits between checkouts.
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
@@ -48,7 +49,7 @@ bench: setup
 	  -DPLEXA_BUILD_TESTS=OFF -DPLEXA_BUILD_CLI=OFF $(CMAKE_ARGS)
 	cmake --build $(BENCH_BUILD) -j$(JOBS)
 	@set -e; for b in $(BENCH_BUILD)/bench/*_bench; do \
-	  [ -x "$$b" ] || continue; echo "== $$b"; "$$b" --benchmark_repetitions=1; done
+	  [ -x "$$b" ] || continue; echo "== $$b"; "$$b" $(BENCH_ARGS); done
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)

@@ -1,7 +1,9 @@
 #include "mesh_summary.hpp"
 
 #include <climits>
+#include <limits>
 
+#include <zeb/plexa/geometry.hpp>
 #include <zeb/plexa/indices.hpp>
 
 #include "format.hpp"
@@ -33,8 +35,26 @@ element_type element_kind(const zeb::dense2D<unsigned>& connect, element_type ty
       if (r >= rows || connect(r, column) == UINT_MAX) return by_end[r - 4];
     return ELT_HEXA8;
   }
-  return type;
+  // Mixed edges are all two-node edges.
+  return type == ELT_EDGE_MIX ? ELT_EDGE2 : type;
 }
+
+namespace {
+
+// Bounding box of all nodes, through the library, for 2-D and 3-D
+// coordinates.  Returns the number of axes filled (0 when the dimension is
+// not 2 or 3 or there is no node), or -1 on failure.
+template <unsigned N>
+int bounding_box(const zeb::dense2D<double>& coords, double lo[3], double hi[3]) {
+  const double inf = std::numeric_limits<double>::infinity();
+  zeb::vector_fixed<double, N> min, max;
+  for (unsigned i = 0; i < N; ++i) min[i] = inf, max[i] = -inf;
+  if (inc_bounding_box(coords, min, max) != 0) return -1;
+  for (unsigned i = 0; i < N; ++i) lo[i] = min[i], hi[i] = max[i];
+  return int(N);
+}
+
+}  // namespace
 
 bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect,
                         element_type type) {
@@ -45,22 +65,19 @@ bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, cons
   const unsigned elements = connect.empty() ? 0 : connect.cols();
   for (unsigned j = 0; j < elements; ++j) ++per_kind[element_kind(connect, type, j)];
 
+  double lo[3], hi[3];
+  int axes = 0;
+  if (nodes != 0 && coords.rows() == 2) axes = bounding_box<2>(coords, lo, hi);
+  if (nodes != 0 && coords.rows() == 3) axes = bounding_box<3>(coords, lo, hi);
+  if (axes < 0) return false;
+
   std::fprintf(out, "nodes: %u\nelements: %u\n", nodes, elements);
   for (unsigned t = 0; t < ELEMENT_TYPE_COUNT; ++t)
     if (per_kind[t] != 0) std::fprintf(out, "  %s: %u\n", element_name(element_type(t)), per_kind[t]);
-
-  const unsigned dim = coords.rows();
-  if (nodes == 0 || dim == 0) return true;
+  if (axes == 0) return true;
   std::fputs("bounding box:", out);
-  for (unsigned i = 0; i < dim; ++i) {
-    double lo = coords(i, 0), hi = lo;
-    for (unsigned j = 1; j < nodes; ++j) {
-      const double v = coords(i, j);
-      if (v < lo) lo = v;
-      if (v > hi) hi = v;
-    }
-    std::fprintf(out, "%s[%s, %s]", i == 0 ? " " : " x ", format_number(lo).text, format_number(hi).text);
-  }
+  for (int i = 0; i < axes; ++i)
+    std::fprintf(out, "%s[%s, %s]", i == 0 ? " " : " x ", format_number(lo[i]).text, format_number(hi[i]).text);
   std::fputc('\n', out);
   return true;
 }

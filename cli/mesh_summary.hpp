@@ -11,8 +11,9 @@ namespace plexa_cli {
 const char* element_name(zeb::plexa::element_type type);
 
 // Kind of one element of a connectivity of the given type: the member a
-// mixed column holds (ELT_TRIA3 or ELT_QUAD4 for ELT_FACE_MIX, ELT_TETRA4 ...
-// ELT_HEXA8 for ELT_SOLID_MIX), the declared type otherwise.  The column
+// mixed column holds (ELT_EDGE2 for ELT_EDGE_MIX, ELT_TRIA3 or ELT_QUAD4 for
+// ELT_FACE_MIX, ELT_TETRA4 ... ELT_HEXA8 for ELT_SOLID_MIX), the declared
+// type otherwise.  The column
 // must pass check_IDs for that type.
 zeb::plexa::element_type element_kind(const zeb::dense2D<unsigned>& connect, zeb::plexa::element_type type,
                                       unsigned column);
@@ -22,9 +23,10 @@ zeb::plexa::element_type element_kind(const zeb::dense2D<unsigned>& connect, zeb
 //   elements: <count>
 //     <TYPE>: <count>          (one line per kind present, in enumeration order)
 //   bounding box: [xmin, xmax] x [ymin, ymax] (x [zmin, zmax])
-// The bounding box line is left out when there is no node.  Numbers are
-// written independently of the locale.  Returns false, writing nothing, when
-// the connectivity does not fit the type or refers to a missing node.
+// The bounding box line is left out when there is no node or the coordinates
+// are not 2-D or 3-D.  Numbers are written independently of the locale.
+// Returns false, writing nothing, when the connectivity does not fit the type
+// or refers to a missing node, or memory runs out.
 bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect,
                         zeb::plexa::element_type type);
 

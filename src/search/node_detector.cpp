@@ -1,10 +1,9 @@
 // node_detector: the exported k-d tree over a caller's nodes.
-#include <random>
-
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/search.hpp>
 
 #include "search/kd_tree.hpp"
+#include "search/mt19937.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -138,7 +137,7 @@ unsigned int node_detector::insert(const dense1D<unsigned int, 8>& nodes) {
   if (!order.copy(nodes)) return 0;
   unsigned* o = order.data();
   const unsigned n = order.size();
-  std::mt19937 gen(1);
+  detail::mt19937 gen(1);
   for (unsigned i = 1; i < n; ++i) {
     const unsigned j = unsigned(gen() % (std::uint64_t(i) + 1));
     const unsigned t = o[i];

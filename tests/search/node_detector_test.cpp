@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cfloat>
 
+#include "search/mt19937.hpp"
 #include "search/point_cloud.hpp"
 
 using namespace zeb::plexa;
@@ -185,4 +186,10 @@ TEST(NodeDetector, MemoryFailuresLeaveTheTreeAsItWas) {
   EXPECT_EQ(grown.insert(more), 0u);
   zeb::testing::stop_failing_allocations();
   EXPECT_EQ(grown.size(), 1u);
+}
+
+TEST(NodeDetector, ShuffleGeneratorIsTheStandardMersenneTwister) {
+  zeb::plexa::detail::mt19937 mine(1);
+  std::mt19937 standard(1);
+  for (unsigned k = 0; k < 2000; ++k) ASSERT_EQ(mine(), standard()) << k;
 }

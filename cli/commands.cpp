@@ -1,4 +1,5 @@
-// The command table.  One line per command; each is defined in its own file.
+// The command table.  Each command is defined in its own file, declared
+// here and listed in the table (in the order of `plexa --help`).
 #include "command.hpp"
 
 #include <cstring>

@@ -46,9 +46,10 @@ if(PLEXA_SANITIZE)
   # A program linked with the sanitized libraries must load the sanitizer runtime first.
   set(plexa_consumer_flags "-fsanitize=address,undefined -fno-sanitize-recover=all")
 endif()
-set(plexa_expected_files lib/cmake/zebplexa/zebplexaConfig.cmake include/zeb/plexa.hpp)
+set(plexa_expected_files ${CMAKE_INSTALL_LIBDIR}/cmake/zebplexa/zebplexaConfig.cmake
+  ${CMAKE_INSTALL_LIBDIR}/pkgconfig/zebplexa.pc ${CMAKE_INSTALL_INCLUDEDIR}/zeb/plexa.hpp)
 if(TARGET plexa)
-  list(APPEND plexa_expected_files bin/plexa)
+  list(APPEND plexa_expected_files ${CMAKE_INSTALL_BINDIR}/plexa)
 endif()
 
 add_test(NAME packaging.install
@@ -70,7 +71,7 @@ set_tests_properties(packaging.cmake_consumer packaging.pkgconfig_consumer PROPE
   FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "plexa 5\\.3\\.0\\.0: 2 triangles on 4 nodes: 0 1 2 3")
 
 if(TARGET plexa)
-  add_test(NAME packaging.installed_tool COMMAND ${plexa_test_prefix}/bin/plexa --version)
+  add_test(NAME packaging.installed_tool COMMAND ${plexa_test_prefix}/${CMAKE_INSTALL_BINDIR}/plexa --version)
   set_tests_properties(packaging.installed_tool PROPERTIES
     FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "^plexa 5\\.3\\.0\\.0\n$")
   # The built tool itself (the in-process tests cover the commands).

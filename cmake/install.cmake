@@ -19,5 +19,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zebplexaConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/zebplexaConfig.cmake ${PROJECT_BINARY_DIR}/zebplexaConfigVersion.cmake
   DESTINATION ${PLEXA_CMAKE_DIR})
 
+# The pkg-config file finds the prefix from its own location, so that the
+# installed tree can be moved (and installed with `cmake --install --prefix`).
+file(RELATIVE_PATH PLEXA_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" PLEXA_PC_TO_PREFIX "${PLEXA_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zebplexa.pc.in ${PROJECT_BINARY_DIR}/zebplexa.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zebplexa.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -2,6 +2,7 @@
 #include <zeb/plexa/indices.hpp>
 
 #include "core/element_model.hpp"
+#include "core/index_bitmap.hpp"
 #include "core/matrix_walk.hpp"
 
 namespace zeb {
@@ -9,24 +10,64 @@ namespace plexa {
 
 using detail::NO_INDEX;
 
+namespace {
+
+// Runs are scanned in blocks: the inner loop has no exit and vectorises, and
+// a bad entry still ends the scan within one block.
+constexpr std::size_t scan_block = 512;
+
+// True when every entry of the run is below nods or the marker.  With
+// nods < UINT_MAX, v + 1 wraps the marker to 0, so one comparison
+// (v + 1 > nods) flags exactly the bad entries.
+bool run_below_or_marker(const unsigned* p, std::size_t n, unsigned nods) {
+  for (std::size_t k = 0; k < n;) {
+    const std::size_t end = n - k > scan_block ? k + scan_block : n;
+    unsigned bad = 0;
+    for (; k < end; ++k) bad |= unsigned(p[k] + 1u > nods);
+    if (bad) return false;
+  }
+  return true;
+}
+
+// True when every entry of the run is below nods (markers rejected).
+bool run_below(const unsigned* p, std::size_t n, unsigned nods) {
+  for (std::size_t k = 0; k < n;) {
+    const std::size_t end = n - k > scan_block ? k + scan_block : n;
+    unsigned bad = 0;
+    for (; k < end; ++k) bad |= unsigned(p[k] >= nods);
+    if (bad) return false;
+  }
+  return true;
+}
+
+// A 4-row mixed face column: three nodes, then a node or the marker.
+bool face_column_ok(const unsigned* c, unsigned nods) {
+  return (c[0] < nods) & (c[1] < nods) & (c[2] < nods) & ((c[3] < nods) | (c[3] == NO_INDEX));
+}
+
+// An 8-row mixed solid column: a marker in row 4, 5 or 6 ends the nodes and
+// every later row must hold the marker; every earlier entry is a node.
+bool solid_column_ok(const unsigned* c, unsigned nods) {
+  unsigned i = 0;
+  bool ok = true;
+  for (; i < 8; ++i) {
+    if (c[i] == NO_INDEX && i >= 4 && i <= 6) break;
+    ok &= c[i] < nods;
+  }
+  for (++i; i < 8; ++i) ok &= c[i] == NO_INDEX;
+  return ok;
+}
+
+}  // namespace
+
 bool check_IDs(const dense1D<unsigned int, 8>& ids, unsigned int nods) {
   if (ids.empty() || nods == NO_INDEX) return true;
-  const unsigned* p = ids.data();
-  bool ok = true;
-  for (unsigned i = 0, n = ids.size(); i < n; ++i) ok &= (p[i] < nods) | (p[i] == NO_INDEX);
-  return ok;
+  return run_below_or_marker(ids.data(), ids.size(), nods);
 }
 
 bool check_IDs(const dense2D<unsigned int>& connect, unsigned int nods) {
   if (connect.empty() || nods == NO_INDEX) return true;
-  bool ok = true;
-  detail::for_each_column(connect, [&](const unsigned* col, unsigned) {
-    if (!ok) return;
-    bool col_ok = true;
-    for (unsigned i = 0, r = connect.rows(); i < r; ++i) col_ok &= (col[i] < nods) | (col[i] == NO_INDEX);
-    ok = col_ok;
-  });
-  return ok;
+  return detail::all_runs(connect, [nods](const unsigned* p, std::size_t n) { return run_below_or_marker(p, n, nods); });
 }
 
 bool check_IDs(const dense2D<unsigned int>& connect, element_type type, unsigned int nods) {
@@ -34,63 +75,33 @@ bool check_IDs(const dense2D<unsigned int>& connect, element_type type, unsigned
   const unsigned rows = connect.rows();
   type = detail::narrow_type(type, rows);
   if (!detail::rows_fit(type, rows)) return false;
-  const unsigned* p = connect.data();
-  const std::size_t ld = connect.ld();
-  const unsigned cols = connect.cols();
-  if (type == ELT_FACE_MIX) {
-    for (unsigned j = 0; j < cols; ++j, p += ld) {
-      if (!((p[0] < nods) & (p[1] < nods) & (p[2] < nods) & ((p[3] < nods) | (p[3] == NO_INDEX)))) return false;
-    }
+  if (type == ELT_FACE_MIX || type == ELT_SOLID_MIX) {
+    const bool face = type == ELT_FACE_MIX;
+    const unsigned* p = connect.data();
+    const std::size_t ld = connect.ld();
+    for (unsigned j = 0, cols = connect.cols(); j < cols; ++j, p += ld)
+      if (!(face ? face_column_ok(p, nods) : solid_column_ok(p, nods))) return false;
     return true;
   }
-  if (type == ELT_SOLID_MIX) {
-    for (unsigned j = 0; j < cols; ++j, p += ld) {
-      unsigned i = 0;
-      bool col_ok = true;
-      for (; i < 8; ++i) {
-        if (p[i] == NO_INDEX && i >= 4 && i <= 6) break;
-        col_ok &= p[i] < nods;
-      }
-      for (++i; i < 8; ++i) col_ok &= p[i] == NO_INDEX;
-      if (!col_ok) return false;
-    }
-    return true;
-  }
-  bool ok = true;
-  detail::for_each_column(connect, [&](const unsigned* col, unsigned) {
-    if (!ok) return;
-    bool col_ok = true;
-    for (unsigned i = 0; i < rows; ++i) col_ok &= col[i] < nods;
-    ok = col_ok;
-  });
-  return ok;
+  return detail::all_runs(connect, [nods](const unsigned* p, std::size_t n) { return run_below(p, n, nods); });
 }
-
-namespace {
-unsigned max_of_run(const unsigned* p, std::size_t n) {
-  unsigned m = 0;
-  for (std::size_t k = 0; k < n; ++k) {
-    const unsigned v = p[k] == NO_INDEX ? 0u : p[k];
-    m = v > m ? v : m;
-  }
-  return m;
-}
-}  // namespace
 
 unsigned int max_ID(const dense1D<unsigned int, 8>& ids) {
   if (ids.empty()) return NO_INDEX;
-  return max_of_run(ids.data(), ids.size());
+  return detail::fold_max(ids.data(), ids.size(), 0);
 }
 
 unsigned int max_ID(const dense2D<unsigned int>& connect) {
+  // A contiguous matrix is one list (UINT_MAX when empty); a strided view
+  // starts from 0, so one without columns gives 0.
   if (connect.ld() == connect.rows()) {
     if (connect.empty()) return NO_INDEX;
-    return max_of_run(connect.data(), std::size_t(connect.rows()) * connect.cols());
+    return detail::fold_max(connect.data(), std::size_t(connect.rows()) * connect.cols(), 0);
   }
   unsigned m = 0;
-  detail::for_each_column(connect, [&](const unsigned* col, unsigned) {
-    const unsigned c = max_of_run(col, connect.rows());
-    m = c > m ? c : m;
+  detail::all_runs(connect, [&m](const unsigned* p, std::size_t n) {
+    m = detail::fold_max(p, n, m);
+    return true;
   });
   return m;
 }

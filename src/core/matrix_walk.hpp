@@ -58,6 +58,22 @@ inline void for_each_entry(dense2D<T>& m, F&& f) {
     for (unsigned i = 0; i < rows; ++i) f(p[i]);
 }
 
+// Calls f(pointer, count) on each contiguous run of m's entries, in column
+// order: the whole matrix at once when it is contiguous, else one run per
+// column.  Stops at the first run for which f returns false; true when every
+// run was accepted (also for an empty matrix).
+template <class T, class F>
+inline bool all_runs(const dense2D<T>& m, F&& f) {
+  if (m.empty()) return true;
+  const T* p = m.data();
+  const unsigned rows = m.rows();
+  if (m.contiguous()) return f(p, std::size_t(rows) * m.cols());
+  const std::size_t ld = m.ld();
+  for (unsigned j = 0, c = m.cols(); j < c; ++j, p += ld)
+    if (!f(p, std::size_t(rows))) return false;
+  return true;
+}
+
 }  // namespace detail
 }  // namespace plexa
 }  // namespace zeb

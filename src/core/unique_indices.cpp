@@ -1,6 +1,11 @@
 // Distinct indices of lists and connectivities, in order of first appearance.
+//
+// Values that lie close together (the usual case: node indices of a mesh)
+// are collected with a bitmap over [0, largest value]; sparse values go to
+// the index hash set with its sizing policy.  Both give the same results.
 #include <zeb/plexa/indices.hpp>
 
+#include "core/index_bitmap.hpp"
 #include "core/index_set.hpp"
 #include "core/matrix_walk.hpp"
 
@@ -11,49 +16,94 @@ using detail::NO_INDEX;
 
 namespace {
 
-// Appends the new distinct values of a run of n entries; false on memory failure.
-bool collect_run(const unsigned* p, std::size_t n, const detail::index_set& excluded, bool use_excluded,
-                 detail::index_set& seen, dense1D<unsigned int, 8>& out) {
-  for (std::size_t k = 0; k < n; ++k) {
-    const unsigned v = p[k];
-    if (v == NO_INDEX || (use_excluded && excluded.contains(v))) continue;
-    const auto r = seen.insert(v);
-    if (r == detail::index_set::skipped) return false;
-    if (r == detail::index_set::inserted && !out.push_back(v)) return false;
-  }
-  return true;
-}
+// The entries of one call: an optional list, then a range of matrices.
+struct index_source {
+  const dense1D<unsigned int, 8>* list;
+  const dense2D<unsigned int>* first;
+  const dense2D<unsigned int>* last;
 
-int collect(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>* first, const dense2D<unsigned int>* last,
-            const dense1D<unsigned int, 8>* list, const dense1D<unsigned int, 8>& excluded) {
-  std::uint64_t total = 0;
-  if (list) total = list->size();
-  for (const dense2D<unsigned int>* m = first; m != last; ++m) total += std::uint64_t(m->rows()) * m->cols();
-  if (total == 0) return 0;
-  const unsigned old_size = uIDs.size();
-  if (std::uint64_t(old_size) + total > UINT32_MAX || !uIDs.reserve(old_size + unsigned(total))) return -199;
+  // Calls f(pointer, count) on every run of entries in order; false as soon
+  // as f returns false.
+  template <class F>
+  bool all_runs(F&& f) const {
+    if (list && !list->empty() && !f(list->data(), std::size_t(list->size()))) return false;
+    for (const dense2D<unsigned int>* m = first; m != last; ++m)
+      if (!detail::all_runs(*m, f)) return false;
+    return true;
+  }
+
+  std::uint64_t total() const {
+    std::uint64_t n = list ? list->size() : 0;
+    for (const dense2D<unsigned int>* m = first; m != last; ++m) n += std::uint64_t(m->rows()) * m->cols();
+    return n;
+  }
+
+  // Largest entry other than the marker (0 when there is none).
+  unsigned max_value() const {
+    unsigned top = 0;
+    all_runs([&top](const unsigned* p, std::size_t n) {
+      top = detail::fold_max(p, n, top);
+      return true;
+    });
+    return top;
+  }
+};
+
+// Writes the new distinct values of src to out, which has room for all
+// entries; returns how many were written, or -1 when memory ran out.
+std::int64_t collect(const index_source& src, const dense1D<unsigned int, 8>& excluded, std::uint64_t total,
+                     unsigned* out) {
+  std::size_t added = 0;
+  const unsigned top = src.max_value();
+  if (detail::bitmap_pays_off(top, total)) {
+    detail::index_bitmap seen;
+    if (!seen.init(top)) return -1;
+    // Excluded values are marked as already seen; the marker never is.
+    for (unsigned v : excluded) seen.mark_if_in_range(v);
+    src.all_runs([&](const unsigned* p, std::size_t n) {
+      for (std::size_t k = 0; k < n; ++k) {
+        const unsigned v = p[k];
+        if (v != NO_INDEX && seen.mark(v)) out[added++] = v;
+      }
+      return true;
+    });
+    return std::int64_t(added);
+  }
 
   detail::index_set ex;
   const bool use_excluded = !excluded.empty();
   if (use_excluded) {
-    if (!ex.init() || !ex.presize(excluded.size())) return -199;
+    if (!ex.init() || !ex.presize(excluded.size())) return -1;
     for (unsigned v : excluded)
-      if (ex.insert(v) == detail::index_set::skipped) return -199;
+      if (ex.insert(v) == detail::index_set::skipped) return -1;
   }
   detail::index_set seen;
-  if (!seen.init() || !seen.presize(total)) return -199;
+  if (!seen.init() || !seen.presize(total)) return -1;
+  const bool ok = src.all_runs([&](const unsigned* p, std::size_t n) {
+    for (std::size_t k = 0; k < n; ++k) {
+      const unsigned v = p[k];
+      if (v == NO_INDEX || (use_excluded && ex.contains(v))) continue;
+      const auto r = seen.insert(v);
+      if (r == detail::index_set::skipped) return false;
+      if (r == detail::index_set::inserted) out[added++] = v;
+    }
+    return true;
+  });
+  return ok ? std::int64_t(added) : -1;
+}
 
-  bool ok = true;
-  if (list) ok = collect_run(list->data(), list->size(), ex, use_excluded, seen, uIDs);
-  for (const dense2D<unsigned int>* m = first; ok && m != last; ++m) {
-    detail::for_each_column(*m, [&](const unsigned* col, unsigned) {
-      if (ok) ok = collect_run(col, m->rows(), ex, use_excluded, seen, uIDs);
-    });
-  }
-  if (!ok) {
-    uIDs.resize(old_size);
-    return -199;
-  }
+// Appends to uIDs; on failure uIDs keeps its size (only its capacity may
+// have grown).
+int append_unique(dense1D<unsigned int, 8>& uIDs, const index_source& src, const dense1D<unsigned int, 8>& excluded) {
+  const std::uint64_t total = src.total();
+  if (total == 0) return 0;
+  const unsigned old_size = uIDs.size();
+  if (std::uint64_t(old_size) + total > UINT32_MAX || !uIDs.reserve(old_size + unsigned(total))) return -199;
+  // The new values are written past the current size, into the reserved
+  // room, and become part of uIDs only once the whole walk succeeded.
+  const std::int64_t added = collect(src, excluded, total, uIDs.data() + old_size);
+  if (added < 0) return -199;
+  uIDs.resize(old_size + unsigned(added));  // within the reserved room: cannot fail
   return 0;
 }
 
@@ -61,34 +111,47 @@ int collect(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>* first, 
 
 int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense1D<unsigned int, 8>& IDs,
                    dense1D<unsigned int, 8> excluded) {
-  return collect(uIDs, nullptr, nullptr, &IDs, excluded);
+  return append_unique(uIDs, index_source{&IDs, nullptr, nullptr}, excluded);
 }
 
 int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>& connect,
                    dense1D<unsigned int, 8> excluded) {
-  return collect(uIDs, &connect, &connect + 1, nullptr, excluded);
+  return append_unique(uIDs, index_source{nullptr, &connect, &connect + 1}, excluded);
 }
 
 int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>* first,
                    const dense2D<unsigned int>* last, dense1D<unsigned int, 8> excluded) {
   if (first == last) return 0;
-  if (first > last) return -3;
-  return collect(uIDs, first, last, nullptr, excluded);
+  if (!first || !last || first > last) return -3;
+  return append_unique(uIDs, index_source{nullptr, first, last}, excluded);
 }
 
 int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsigned int>* last) {
   if (first == last) return 0;
-  if (first > last) return -2;
-  std::uint64_t total = 0;
-  for (const dense2D<unsigned int>* m = first; m != last; ++m) total += std::uint64_t(m->rows()) * m->cols();
+  if (!first || !last || first > last) return -2;
+  const index_source src{nullptr, first, last};
+  const std::uint64_t total = src.total();
+  if (total == 0) return 0;
+
+  const unsigned top = src.max_value();
+  if (detail::bitmap_pays_off(top, total)) {
+    detail::index_bitmap seen;
+    if (!seen.init(top)) return -199;
+    std::size_t count = 0;
+    src.all_runs([&](const unsigned* p, std::size_t n) {
+      count += seen.mark_run(p, n);
+      return true;
+    });
+    return int(count);
+  }
+
   detail::index_set seen;
   if (!seen.init() || !seen.presize(total)) return -199;
-  bool ok = true;
-  for (const dense2D<unsigned int>* m = first; ok && m != last; ++m) {
-    detail::for_each_entry(*m, [&](unsigned v) {
-      if (ok && v != NO_INDEX && seen.insert(v) == detail::index_set::skipped) ok = false;
-    });
-  }
+  const bool ok = src.all_runs([&seen](const unsigned* p, std::size_t n) {
+    for (std::size_t k = 0; k < n; ++k)
+      if (p[k] != NO_INDEX && seen.insert(p[k]) == detail::index_set::skipped) return false;
+    return true;
+  });
   return ok ? int(seen.size()) : -199;
 }
 

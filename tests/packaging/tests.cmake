@@ -4,3 +4,66 @@
 if(TARGET plexa_cli_tests AND TARGET plexa_cli)
   target_link_libraries(plexa_cli_tests PRIVATE plexa_cli)
 endif()
+
+# Generated files and install trees of these tests.
+set(plexa_packaging_dir ${CMAKE_CURRENT_BINARY_DIR}/packaging)
+
+# Every public header compiles on its own as C++17 without warnings: one
+# generated translation unit per header, built with `all`.
+file(GLOB_RECURSE plexa_public_headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/include
+  ${PROJECT_SOURCE_DIR}/include/*.hpp ${PROJECT_SOURCE_DIR}/include/*.h)
+set(plexa_header_units "")
+foreach(header ${plexa_public_headers})
+  set(unit ${plexa_packaging_dir}/header_check/${header}.cpp)
+  file(CONFIGURE OUTPUT ${unit} CONTENT "#include <${header}>\n")
+  list(APPEND plexa_header_units ${unit})
+endforeach()
+add_library(plexa_header_check OBJECT ${plexa_header_units})
+target_include_directories(plexa_header_check PRIVATE ${PROJECT_SOURCE_DIR}/include)
+target_compile_options(plexa_header_check PRIVATE -Wall -Wextra -Wpedantic -Werror)
+set_target_properties(plexa_header_check PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
+
+# Only the public API leaves the shared library.
+add_test(NAME packaging.exported_symbols
+  COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:zebplexa> -DNM=${CMAKE_NM}
+          -P ${CMAKE_CURRENT_LIST_DIR}/exported_symbols.cmake)
+
+# The installed package, used the two documented ways.  One fixture installs
+# the build into a prefix inside the build tree; the consumers need it.
+set(plexa_test_prefix ${plexa_packaging_dir}/prefix)
+set(plexa_consumer_flags "")
+if(PLEXA_SANITIZE)
+  # A program linked with the sanitized libraries must load the sanitizer runtime first.
+  set(plexa_consumer_flags "-fsanitize=address,undefined -fno-sanitize-recover=all")
+endif()
+set(plexa_expected_files lib/cmake/zebplexa/zebplexaConfig.cmake include/zeb/plexa.hpp)
+if(TARGET plexa)
+  list(APPEND plexa_expected_files bin/plexa)
+endif()
+
+add_test(NAME packaging.install
+  COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${CMAKE_BINARY_DIR} -DPREFIX=${plexa_test_prefix}
+          "-DEXPECTED=${plexa_expected_files}" -P ${CMAKE_CURRENT_LIST_DIR}/install_prefix.cmake)
+set_tests_properties(packaging.install PROPERTIES FIXTURES_SETUP plexa_prefix)
+
+add_test(NAME packaging.cmake_consumer
+  COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/consumer
+          -DBINARY=${plexa_packaging_dir}/cmake_consumer -DPREFIX=${plexa_test_prefix}
+          -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DFLAGS=${plexa_consumer_flags}"
+          -P ${CMAKE_CURRENT_LIST_DIR}/cmake_consumer.cmake)
+add_test(NAME packaging.pkgconfig_consumer
+  COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/consumer/main.cpp
+          -DBINARY=${plexa_packaging_dir}/pkgconfig_consumer -DPREFIX=${plexa_test_prefix}
+          -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DFLAGS=${plexa_consumer_flags}"
+          -P ${CMAKE_CURRENT_LIST_DIR}/pkgconfig_consumer.cmake)
+set_tests_properties(packaging.cmake_consumer packaging.pkgconfig_consumer PROPERTIES
+  FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "plexa 5\\.3\\.0\\.0: 2 triangles on 4 nodes: 0 1 2 3")
+
+if(TARGET plexa)
+  add_test(NAME packaging.installed_tool COMMAND ${plexa_test_prefix}/bin/plexa --version)
+  set_tests_properties(packaging.installed_tool PROPERTIES
+    FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "^plexa 5\\.3\\.0\\.0\n$")
+  # The built tool itself (the in-process tests cover the commands).
+  add_test(NAME cli.tool_runs_demo COMMAND plexa demo)
+  set_tests_properties(cli.tool_runs_demo PROPERTIES PASS_REGULAR_EXPRESSION "HEXA8: 2")
+endif()

@@ -57,8 +57,9 @@ PLEXA_API void change_indices(dense2D<unsigned int>& connect, const dense1D<unsi
 
 // Scatter: with m = min(v.size(), perm.size()), the entry at position i < m
 // moves to position perm[i] when perm[i] < v.size() and perm[i] != i;
-// positions nothing moves to keep their value, entries beyond m stay.
-// Returns 0 (also for an empty v), -199 when the working copy cannot be made
+// positions nothing moves to keep their value, entries beyond m stay.  The
+// result is built in a deep copy that v then holds: v no longer shares its
+// storage with other views.  Returns 0 (also for an empty v), -199 when the working copy cannot be made
 // (v unchanged).
 PLEXA_API int permutation(dense1D<unsigned int, 8>& v, const dense1D<unsigned int, 8>& perm);
 PLEXA_API int permutation(dense1D<double, 8>& v, const dense1D<unsigned int, 8>& perm);
@@ -66,8 +67,9 @@ PLEXA_API int permutation(dense1D<double, 8>& v, const dense1D<unsigned int, 8>&
 // Matches two lists.  Outputs: pos1 (size IDs2.size()): pos1[j] is the first
 // position in IDs1 of IDs2[j]; pos2 (size IDs1.size()): for the first
 // occurrence i of a value, pos2[i] is its first position in IDs2.  Unmatched
-// entries and UINT_MAX values give UINT_MAX.  Returns 0, -199 when the outputs
-// or the map cannot be sized.
+// entries, later occurrences and UINT_MAX values give UINT_MAX.  Returns 0
+// (also when a list is empty), -199 when the outputs or the value map cannot
+// be sized (both outputs then empty).
 PLEXA_API int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>& IDs2,
                       dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2);
 
@@ -75,9 +77,12 @@ PLEXA_API int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsign
 // connect2.cols()): pos1[j] is the smallest column of connect1 matching column
 // j of connect2; pos2 (size connect1.cols()): the smallest column of connect2
 // matching column i of connect1; UINT_MAX when none.  With strict, columns
-// match when equal entry by entry; otherwise when equal up to a cyclic
-// rotation, possibly reversed.  Returns 0, -2 when the row counts differ,
-// -199 on memory failure.
+// match when equal entry by entry; otherwise when equal once both are rotated
+// to start at their largest entry (the first one if it repeats), or once one
+// of them is also read backwards from there (the symmetries of a polygon).
+// Returns 0 (also when a matrix is empty), -2 when the row counts differ
+// (outputs sized and filled with UINT_MAX), -199 on memory failure (both
+// outputs empty).
 PLEXA_API int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& connect2,
                       dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2, bool strict);
 

@@ -1,9 +1,150 @@
 // Plexa topology: element boundaries and neighbours, node graphs,
 // node-to-element lists, sub-domains, grouping of mixed elements by kind.
+//
+// Local boundaries (boundary j of an element lists these local nodes, in
+// this order; the order is the orientation):
+//   ELT_EDGE2   (1), (0)                      boundary j is the node opposite node j
+//   ELT_TRIA3   (1,2), (2,0), (0,1)           edge j is opposite node j
+//   ELT_QUAD4   (0,1), (1,2), (2,3), (3,0)
+//   ELT_TETRA4  (1,2,3), (2,0,3), (0,1,3), (2,1,0)   face j is opposite node j
+//   ELT_PYRA5   (0,4,1), (1,4,2), (2,4,3), (3,4,0), (0,1,2,3)
+//   ELT_WEDGE6  (0,1,2), (3,5,4), (2,1,4,5), (0,2,5,3), (1,0,3,4)
+//   ELT_HEXA8   (0,3,7,4), (1,5,6,2), (0,4,5,1), (3,2,6,7), (0,1,2,3), (4,7,6,5)
+// A tetrahedron whose nodes 0, 1, 2 run counter-clockwise seen from node 3
+// has every face normal (right-hand rule) pointing out; pyramids, wedges and
+// hexahedra have outward faces when their base runs clockwise seen from the
+// apex or the top face.
+//
+// The operations on element boundaries accept ELT_EDGE2, ELT_TRIA3,
+// ELT_QUAD4, ELT_FACE_MIX, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8 and
+// ELT_SOLID_MIX.  A mixed connectivity whose row count is that of a single
+// member is read as that member; in a mixed column the element kind is read
+// from its markers (row 3 of a face column; rows 4, 5, 6 of a solid column).
+//
+// Compressed lists are a pair of vectors: offsets (one more than the number
+// of lists, offsets[0] = 0) and items; list i is items[offsets[i]] up to
+// items[offsets[i+1]] exclusive.
 #pragma once
 
 #include <zeb/plexa/core.hpp>
 
 namespace zeb {
-namespace plexa {}  // namespace plexa
+namespace plexa {
+
+// Lists the boundaries of every element.
+// Inputs: `connectivity` (one column per element), its `type`.
+// Output: `boundaries` gets one new column per element boundary, element by
+// element and boundary by boundary in table order, holding the boundary's
+// nodes in table order.  Rows: 1 for ELT_EDGE2; 2 for ELT_TRIA3, ELT_QUAD4,
+// ELT_FACE_MIX; 3 for ELT_TETRA4; 4 for ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8,
+// ELT_SOLID_MIX (a triangular face holds UINT_MAX in row 3).  The output is
+// appended to: it must be empty or already have that row count.  A boundary
+// shared by two elements is listed once for each of them.
+// Returns 0 (also for an empty connectivity, which leaves the output
+// untouched); -1 when the connectivity does not fit the type (row count, or
+// an index that check_IDs rejects); -2 when the type is not accepted or the
+// output is non-empty with another row count; -199 when memory could not be
+// had (the output then keeps its previous contents).
+PLEXA_API int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_type type,
+                                     dense2D<unsigned int>& boundaries);
+
+// For each boundary of each element, the element on the other side.
+// Inputs: `connectivity`, its `type`, and `non_manifold_links`, which decides
+// what happens when three or more elements share one boundary: when true the
+// first of them (lowest element, then lowest boundary) is linked to every
+// other, each other points back to it, and the first ends pointing to the
+// last one; when false all of them are left unlinked.  Boundaries are equal
+// when their node sequences are equal up to a cyclic rotation, in either
+// direction.
+// Output: `neighbors`, emptied first, then (nbr_boundaries of the type) x
+// (element count): entry (j, e) is the element across boundary j of e, or
+// UINT_MAX (free boundary, unlinked, or a row beyond the element's own
+// boundaries in a mixed column).
+// Returns 0 (also for an empty connectivity, with an empty output); -1 when
+// the connectivity does not fit the type; -2 when the type is not accepted;
+// -199 when memory could not be had.
+PLEXA_API int get_neighbors(const dense2D<unsigned int>& connectivity, element_type type, bool non_manifold_links,
+                            dense2D<unsigned int>& neighbors);
+
+// Node graph: for each node 0 ... (largest index), the nodes joined to it by
+// an element edge, each once, itself excluded, in order of first discovery
+// (elements in ascending order, then the element's edge order).
+// Inputs: `connectivity` and `type`.  ELT_NONE joins every two nodes of a
+// column; ELT_EDGE2, ELT_TRIA3, ELT_TETRA4 join every node pair of an
+// element; ELT_QUAD4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8, ELT_FACE_MIX and
+// ELT_SOLID_MIX join the ends of the element's edges only (no diagonals).
+// UINT_MAX entries are skipped.
+// Outputs: `offsets` (node count + 1 entries) and `nodes`, a compressed
+// list; both emptied first, and left empty for an empty connectivity; a
+// connectivity holding markers only gives offsets = (0).
+// Returns 0; -2 when `type` is not ELT_NONE and the row count does not fit
+// it; -5 when `type` has no edge rule (ELT_NODE, ELT_EDGE_MIX, quadratic
+// types, values out of range); -199 when memory could not be had (outputs
+// empty).
+PLEXA_API int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
+                             dense1D<unsigned int, 8>& nodes, element_type type);
+
+// Node-to-element lists: list v holds, in ascending order, every element
+// one of whose entries is v (twice if the element names v twice), for every
+// v from 0 to the largest index; UINT_MAX entries are skipped.
+// Outputs: `offsets` (node count + 1 entries) and `elements`; both emptied
+// first and left empty for an empty connectivity.
+// Returns 0, -199 when memory could not be had (outputs empty).
+PLEXA_API int get_connected_elements(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
+                                     dense1D<unsigned int, 8>& elements);
+
+// One element containing each node: ancestors[v] is the highest-numbered
+// element that names v.  An empty `ancestors` is first sized to (largest
+// index + 1) entries of UINT_MAX; a non-empty one keeps its size and the
+// entries no element names; indices not below its size are ignored.
+// Returns 0, -199 when `ancestors` could not be sized (left empty).
+PLEXA_API int get_ancestors(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& ancestors);
+
+// Sub-domains: the components of the element adjacency given by `neighbors`
+// (one column per element; entries not below the column count, UINT_MAX
+// included, mean none).
+// Outputs, both emptied first: `elements`, every element once, sub-domain by
+// sub-domain in order of their lowest element, each in breadth-first order
+// from that element; `offsets`, the start of each sub-domain plus the element
+// count as last entry (offsets = (0) for no column).
+// Returns 0, -199 when memory could not be had (outputs empty).
+PLEXA_API int get_subdomains(const dense2D<unsigned int>& neighbors, dense1D<unsigned int, 8>& elements,
+                             dense1D<unsigned int, 8>& offsets);
+
+// The same sub-domains, then the columns of `connectivity` and `neighbors`
+// are reordered so that sub-domain k is made of the new elements offsets[k]
+// to offsets[k+1] - 1, and the entries of `neighbors` are renumbered
+// accordingly (entries that name no element are left as they are).
+// Output: `offsets` as above, emptied first.
+// Returns 0; -2 when the two matrices do not have the same column count;
+// -199 when memory could not be had (both matrices unchanged).
+PLEXA_API int get_subdomains(dense2D<unsigned int>& connectivity, dense2D<unsigned int>& neighbors,
+                             dense1D<unsigned int, 8>& offsets);
+
+// Groups the columns of a (typically mixed) connectivity by node count, the
+// node count of a column being the number of its entries before the first
+// UINT_MAX.  Columns are moved in place so that more nodes come first, equal
+// counts keeping their order; columns with no node are dropped and the
+// matrix shrinks to the kept columns.
+// Outputs, all emptied first: `node_counts` and `group_ends`, one entry per
+// group: group g holds the columns group_ends[g-1] (0 for g = 0) to
+// group_ends[g] - 1, each of node_counts[g] nodes; `new_index` (one entry per
+// original column): its new position, UINT_MAX for a dropped column.
+// Returns 0, -199 when memory could not be had (connectivity unchanged,
+// outputs empty).
+PLEXA_API int sort_elfes(dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& node_counts,
+                         dense1D<unsigned int, 8>& group_ends, dense1D<unsigned int, 8>& new_index);
+
+// As above; the columns of a non-empty `neighbors` (one column per element)
+// move with the elements, the matrix shrinks alike, and its entries naming
+// an element are replaced by that element's new index (UINT_MAX for a
+// dropped one).
+// Returns 0; -1 when `neighbors` is non-empty and its column count differs
+// from the connectivity's; -199 when memory could not be had (matrices
+// unchanged, outputs empty).
+PLEXA_API int sort_elfes(dense2D<unsigned int>& connectivity, dense2D<unsigned int>& neighbors,
+                         dense1D<unsigned int, 8>& node_counts, dense1D<unsigned int, 8>& group_ends,
+                         dense1D<unsigned int, 8>& new_index);
+
+}  // namespace plexa
 }  // namespace zeb

@@ -40,22 +40,11 @@ bool run_below(const unsigned* p, std::size_t n, unsigned nods) {
   return true;
 }
 
-// A 4-row mixed face column: three nodes, then a node or the marker.
-bool face_column_ok(const unsigned* c, unsigned nods) {
-  return (c[0] < nods) & (c[1] < nods) & (c[2] < nods) & ((c[3] < nods) | (c[3] == NO_INDEX));
-}
-
-// An 8-row mixed solid column: a marker in row 4, 5 or 6 ends the nodes and
-// every later row must hold the marker; every earlier entry is a node.
-bool solid_column_ok(const unsigned* c, unsigned nods) {
-  unsigned i = 0;
-  bool ok = true;
-  for (; i < 8; ++i) {
-    if (c[i] == NO_INDEX && i >= 4 && i <= 6) break;
-    ok &= c[i] < nods;
-  }
-  for (++i; i < 8; ++i) ok &= c[i] == NO_INDEX;
-  return ok;
+// A mixed column is valid when the shared column reading finds a member
+// shape in it and every node of that shape is below nods.
+bool mixed_column_ok(const unsigned* c, bool face, unsigned nods) {
+  const unsigned n = face ? detail::face_column_nodes(c) : detail::solid_column_nodes(c);
+  return n != 0 && run_below(c, n, nods);
 }
 
 }  // namespace
@@ -80,7 +69,7 @@ bool check_IDs(const dense2D<unsigned int>& connect, element_type type, unsigned
     const unsigned* p = connect.data();
     const std::size_t ld = connect.ld();
     for (unsigned j = 0, cols = connect.cols(); j < cols; ++j, p += ld)
-      if (!(face ? face_column_ok(p, nods) : solid_column_ok(p, nods))) return false;
+      if (!mixed_column_ok(p, face, nods)) return false;
     return true;
   }
   return detail::all_runs(connect, [nods](const unsigned* p, std::size_t n) { return run_below(p, n, nods); });

@@ -31,12 +31,12 @@ class index_set {
 
   insert_result insert(unsigned v) noexcept {
     const unsigned nb = buckets_.size();
-    unsigned* head = &buckets_[v % nb];
+    unsigned* head = &buckets_[bucket(v)];
     for (unsigned e = *head; e != NO_INDEX; e = entries_[e].next)
       if (entries_[e].value == v) return already_there;
     if (std::uint64_t(count_) + 1 > 2 * std::uint64_t(nb)) {
       if (!rehash(bucket_prime(std::uint64_t(count_) + 1))) return skipped;
-      head = &buckets_[v % buckets_.size()];
+      head = &buckets_[bucket(v)];
     }
     if (!entries_.push_back(entry{v, *head})) return skipped;
     *head = count_++;
@@ -45,7 +45,7 @@ class index_set {
 
   bool contains(unsigned v) const noexcept {
     if (buckets_.empty()) return false;
-    for (unsigned e = buckets_[v % buckets_.size()]; e != NO_INDEX; e = entries_[e].next)
+    for (unsigned e = buckets_[bucket(v)]; e != NO_INDEX; e = entries_[e].next)
       if (entries_[e].value == v) return true;
     return false;
   }
@@ -58,22 +58,36 @@ class index_set {
     unsigned next;
   };
 
+  // v % nb without a division: with m = floor((2^64 - 1) / nb) + 1, the
+  // high 64 bits of (m * v mod 2^64) * nb are exactly v % nb for every
+  // 32-bit v and nb.
+  static unsigned fast_mod(unsigned v, std::uint64_t m, unsigned nb) noexcept {
+    const std::uint64_t low = m * v;
+    return unsigned((static_cast<wide>(low) * nb) >> 64);
+  }
+  unsigned bucket(unsigned v) const noexcept { return fast_mod(v, mod_, buckets_.size()); }
+
   bool rehash(unsigned nb) noexcept {
     dense1D<unsigned, 8> fresh;
     if (!fresh.resize(nb, NO_INDEX)) return false;
     if (!entries_.reserve(count_ + 1)) return false;
+    const std::uint64_t m = UINT64_MAX / nb + 1;
     entry* e = entries_.data();
     for (unsigned k = 0; k < count_; ++k) {
-      unsigned& h = fresh[e[k].value % nb];
+      unsigned& h = fresh[fast_mod(e[k].value, m, nb)];
       e[k].next = h;
       h = k;
     }
     buckets_ = static_cast<dense1D<unsigned, 8>&&>(fresh);
+    mod_ = m;
     return true;
   }
 
+  __extension__ typedef unsigned __int128 wide;
+
   dense1D<unsigned, 8> buckets_;
   dense1D<entry, 8> entries_;
+  std::uint64_t mod_ = 0;
   unsigned count_ = 0;
 };
 

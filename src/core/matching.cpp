@@ -146,15 +146,18 @@ int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>
 
   // Value -> first position in IDs1, entered from the last position to the
   // first so that the first one stays.  Close values go to a direct table.
-  const unsigned top = detail::fold_max(a, n1, 0);
-  if (std::uint64_t(top) < 4 * std::uint64_t(n1) + 4096) {
-    dense1D<unsigned, 8> first(top + 1, NO_INDEX);
-    if (first.size() != top + 1) return out_of_memory(pos1, pos2);
+  unsigned lo = NO_INDEX, hi = 0;
+  detail::fold_range(a, n1, lo, hi);
+  if (lo == NO_INDEX) return 0;  // IDs1 holds markers only
+  const unsigned span = hi - lo;
+  if (std::uint64_t(span) < 4 * std::uint64_t(n1) + 4096) {
+    dense1D<unsigned, 8> first(span + 1, NO_INDEX);
+    if (first.size() != span + 1) return out_of_memory(pos1, pos2);
     unsigned* f = first.data();
     for (unsigned i = n1; i-- > 0;)
-      if (a[i] != NO_INDEX) f[a[i]] = i;
-    // The marker is above top, so it never matches.
-    match_backwards(b, n2, [f, top](unsigned v) { return v <= top ? f[v] : NO_INDEX; }, p1, p2);
+      if (a[i] != NO_INDEX) f[a[i] - lo] = i;
+    // Values outside [lo, hi], the marker among them, never match.
+    match_backwards(b, n2, [f, lo, span](unsigned v) { return v - lo <= span ? f[v - lo] : NO_INDEX; }, p1, p2);
     return 0;
   }
   detail::index_map first;

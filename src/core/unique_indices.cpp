@@ -1,7 +1,7 @@
 // Distinct indices of lists and connectivities, in order of first appearance.
 //
 // Values that lie close together (the usual case: node indices of a mesh)
-// are collected with a bitmap over [0, largest value]; sparse values go to
+// are collected with a bitmap over [smallest, largest value]; sparse values go to
 // the index hash set with its sizing policy.  Both give the same results.
 #include <zeb/plexa/indices.hpp>
 
@@ -38,14 +38,16 @@ struct index_source {
     return n;
   }
 
-  // Largest entry other than the marker (0 when there is none).
-  unsigned max_value() const {
-    unsigned top = 0;
-    all_runs([&top](const unsigned* p, std::size_t n) {
-      top = detail::fold_max(p, n, top);
+  // Smallest and largest entries other than the marker (0 and 0 when there
+  // is none).
+  void value_range(unsigned& lo, unsigned& hi) const {
+    lo = NO_INDEX;
+    hi = 0;
+    all_runs([&](const unsigned* p, std::size_t n) {
+      detail::fold_range(p, n, lo, hi);
       return true;
     });
-    return top;
+    if (lo == NO_INDEX) lo = 0;
   }
 };
 
@@ -54,10 +56,11 @@ struct index_source {
 std::int64_t collect(const index_source& src, const dense1D<unsigned int, 8>& excluded, std::uint64_t total,
                      unsigned* out) {
   std::size_t added = 0;
-  const unsigned top = src.max_value();
-  if (detail::bitmap_pays_off(top, total)) {
+  unsigned lo, hi;
+  src.value_range(lo, hi);
+  if (detail::bitmap_pays_off(hi - lo, total)) {
     detail::index_bitmap seen;
-    if (!seen.init(top)) return -1;
+    if (!seen.init(lo, hi)) return -1;
     // Excluded values are marked as already seen; the marker never is.
     for (unsigned v : excluded) seen.mark_if_in_range(v);
     src.all_runs([&](const unsigned* p, std::size_t n) {
@@ -133,10 +136,11 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
   const std::uint64_t total = src.total();
   if (total == 0) return 0;
 
-  const unsigned top = src.max_value();
-  if (detail::bitmap_pays_off(top, total)) {
+  unsigned lo, hi;
+  src.value_range(lo, hi);
+  if (detail::bitmap_pays_off(hi - lo, total)) {
     detail::index_bitmap seen;
-    if (!seen.init(top)) return -199;
+    if (!seen.init(lo, hi)) return -199;
     std::size_t count = 0;
     src.all_runs([&](const unsigned* p, std::size_t n) {
       count += seen.mark_run(p, n);

@@ -27,13 +27,19 @@ std::vector<unsigned> first_appearances(const std::vector<unsigned>& all, const 
   return out;
 }
 
-// Random matrix of small values (dense) or values spread over 32 bits
-// (sparse, the hash set path), with a few markers.
-dense2D<unsigned> random_values(std::mt19937_64& g, unsigned rows, unsigned cols, bool sparse) {
-  auto m = plexa_test::random_connectivity(g, rows, cols, sparse ? 0xFFFFFF00u : 300);
+enum spread { dense_values, sparse_values, high_values };
+
+// Random matrix of small values, of values spread over 32 bits (the hash set
+// path) or of close values far from 0, with a few markers.
+dense2D<unsigned> random_values(std::mt19937_64& g, unsigned rows, unsigned cols, spread s) {
+  auto m = plexa_test::random_connectivity(g, rows, cols, s == sparse_values ? 0xFFFFFF00u : 300);
   for (unsigned j = 0; j < cols; j += 7) m(j % rows, j) = NO;
-  if (sparse)  // repeat some values so that duplicates occur
+  if (s == sparse_values)  // repeat some values so that duplicates occur
     for (unsigned j = 1; j < cols; j += 3) m(0, j) = m(rows - 1, j - 1);
+  if (s == high_values)
+    for (unsigned j = 0; j < cols; ++j)
+      for (unsigned i = 0; i < rows; ++i)
+        if (m(i, j) != NO) m(i, j) += 4000000000u;
   return m;
 }
 
@@ -48,13 +54,13 @@ TEST(UniqueIndices, AppendsFirstAppearancesOfEveryFormAgainstASetWalk) {
 
   auto g = plexa_test::rng(3);
   for (unsigned round = 0; round < 12; ++round) {
-    const bool sparse = round % 2;
+    const spread sparse = spread(round % 3);
     const dense2D<unsigned> ms[3] = {random_values(g, 4, 200, sparse), random_values(g, 3, 150, sparse),
                                      random_values(g, 4, 100, sparse)};
     std::vector<unsigned> all;
     for (const auto& m : ms)
       for (unsigned x : to_vector(m)) all.push_back(x);
-    const auto ex = round % 3 ? ids({all[5], all[17], 12345, NO}) : ids({});
+    const auto ex = round % 4 ? ids({all[5], all[17], 12345, NO}) : ids({});
     const std::vector<unsigned> excluded(ex.begin(), ex.end());
     const auto expected = first_appearances(all, excluded);
 
@@ -93,7 +99,7 @@ TEST(UniqueIndices, RangesAndMarkersOnly) {
 
 TEST(UniqueIndices, MemoryFailureKeepsTheCallersList) {
   auto g = plexa_test::rng(5);
-  for (bool sparse : {false, true}) {
+  for (spread sparse : {dense_values, sparse_values, high_values}) {
     const auto m = random_values(g, 4, 300, sparse);
     const auto ex = ids({m(1, 1), 77});
     dense1D<unsigned, 8> out = ids({1, 2, 3});
@@ -177,7 +183,7 @@ TEST(GetIDs, ListsMatchTheFirstPositions) {
 
   auto g = plexa_test::rng(13);
   for (unsigned round = 0; round < 8; ++round) {
-    const bool sparse = round % 2;
+    const spread sparse = spread(round % 3);
     const auto a = random_values(g, 1, 400 + round, sparse).as_vector();
     auto b = random_values(g, 1, 300, sparse).as_vector();
     for (unsigned j = 0; j < 300; j += 4) b[j] = a[(j * 31) % a.size()];  // shared values
@@ -237,7 +243,8 @@ TEST(GetIDs, ColumnsMatchUpToRotationAndReversal) {
   auto g = plexa_test::rng(17);
   for (unsigned round = 0; round < 12; ++round) {
     const unsigned rows = 1 + round % 5;
-    const auto c1 = plexa_test::random_connectivity(g, rows, 120, 4);
+    auto c1 = plexa_test::random_connectivity(g, rows, 120, 4);
+    for (unsigned i = 0; i < 120; i += 9) c1(i % rows, i) = NO;  // the marker is just the largest value here
     auto c2 = plexa_test::random_connectivity(g, rows, 100, 4);
     for (unsigned j = 0; j < 100; j += 2) {  // columns of c1, shuffled, rotated or reversed
       std::vector<unsigned> c;

@@ -1,0 +1,170 @@
+// Element lists, their transpose and the node graph.
+#include "topology/compressed_lists.hpp"
+
+#include <cstdint>
+#include <cstring>
+
+#include "core/element_model.hpp"
+#include "core/matrix_walk.hpp"
+#include "topology/boundary_tables.hpp"
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+namespace {
+
+int fail(dense1D<unsigned, 8>& a, dense1D<unsigned, 8>& b) noexcept {
+  a.clear_hard();
+  b.clear_hard();
+  return -199;
+}
+
+}  // namespace
+
+int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& offsets,
+                        dense1D<unsigned, 8>& items) noexcept {
+  offsets.clear();
+  items.clear();
+  const unsigned rows = connect.rows(), n = connect.cols();
+  const std::uint64_t total = std::uint64_t(rows) * n;
+  if (total > NO_INDEX || !offsets.resize(n + 1)) return fail(offsets, items);
+  unsigned* off = offsets.data();
+  for (unsigned e = 0; e <= n; ++e) off[e] = e * rows;
+  if (total == 0) return 0;
+  if (connect.contiguous()) {
+    items = connect.as_vector();
+    return 0;
+  }
+  if (!items.resize(static_cast<unsigned>(total))) return fail(offsets, items);
+  unsigned* out = items.data();
+  for_each_column(connect, [&](const unsigned* col, unsigned e) {
+    std::memcpy(out + std::size_t(e) * rows, col, rows * sizeof(unsigned));
+  });
+  return 0;
+}
+
+int build_edge_lists(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
+                     dense1D<unsigned, 8>& items) noexcept {
+  offsets.clear();
+  items.clear();
+  std::uint64_t count = 0;
+  for_each_column(connect, [&](const unsigned* col, unsigned) { count += edges_of(column_kind(narrowed, col))->count; });
+  if (2 * count >= NO_INDEX || !offsets.resize(static_cast<unsigned>(count + 1)) ||
+      !items.resize(static_cast<unsigned>(2 * count)))
+    return fail(offsets, items);
+  unsigned* off = offsets.data();
+  unsigned* out = items.data();
+  unsigned p = 0;
+  for_each_column(connect, [&](const unsigned* col, unsigned) {
+    const edge_list& t = *edges_of(column_kind(narrowed, col));
+    for (unsigned k = 0; k < t.count; ++k, ++p) {
+      off[p] = 2 * p;
+      out[2 * p] = col[t.node[k][0]];
+      out[2 * p + 1] = col[t.node[k][1]];
+    }
+  });
+  off[p] = 2 * p;
+  return 0;
+}
+
+int transpose_lists(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned, 8>& items,
+                    dense1D<unsigned, 8>& t_offsets, dense1D<unsigned, 8>& t_items) noexcept {
+  t_offsets.clear();
+  t_items.clear();
+  const unsigned* it = items.data();
+  const unsigned n_items = items.size();
+  const unsigned lists = offsets.empty() ? 0 : offsets.size() - 1;
+  unsigned largest = 0, kept = 0;
+  for (unsigned k = 0; k < n_items; ++k) {
+    if (it[k] == NO_INDEX) continue;
+    ++kept;
+    if (it[k] > largest) largest = it[k];
+  }
+  if (kept == 0) return t_offsets.resize(1, 0u) ? 0 : fail(t_offsets, t_items);
+  // Counts of node v stand at v + 2; after the running sum the start of v is
+  // at v + 1, which the placement pass moves to its end, leaving offsets.
+  if (std::uint64_t(largest) + 3 > NO_INDEX || !t_offsets.resize(largest + 3, 0u) || !t_items.resize(kept))
+    return fail(t_offsets, t_items);
+  unsigned* to = t_offsets.data();
+  for (unsigned k = 0; k < n_items; ++k)
+    if (it[k] != NO_INDEX) ++to[it[k] + 2];
+  for (unsigned v = 2; v < largest + 3; ++v) to[v] += to[v - 1];
+  const unsigned* off = offsets.data();
+  unsigned* out = t_items.data();
+  for (unsigned i = 0; i < lists; ++i)
+    for (unsigned k = off[i]; k < off[i + 1]; ++k)
+      if (it[k] != NO_INDEX) out[to[it[k] + 1]++] = i;
+  t_offsets.resize(largest + 2);
+  return 0;
+}
+
+int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1D<unsigned, 8>& piece_items,
+                         const dense1D<unsigned, 8>& node_offsets, const dense1D<unsigned, 8>& node_pieces,
+                         dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& nodes) noexcept {
+  offsets.clear();
+  nodes.clear();
+  const unsigned n = node_offsets.empty() ? 0 : node_offsets.size() - 1;
+  dense1D<unsigned, 8> marker;
+  if (!marker.resize(n, NO_INDEX) || !offsets.resize(n + 1)) return fail(offsets, nodes);
+  const unsigned* poff = piece_offsets.data();
+  const unsigned* pit = piece_items.data();
+  const unsigned* noff = node_offsets.data();
+  const unsigned* npc = node_pieces.data();
+  unsigned* mark = marker.data();
+  unsigned* off = offsets.data();
+
+  // Calls f(w) for each node w newly found around v.
+  auto walk = [&](unsigned v, auto&& f) {
+    mark[v] = v;  // keeps v out of its own list
+    for (unsigned q = noff[v]; q < noff[v + 1]; ++q) {
+      const unsigned p = npc[q];
+      for (unsigned k = poff[p]; k < poff[p + 1]; ++k) {
+        const unsigned w = pit[k];
+        if (w == NO_INDEX || mark[w] == v) continue;
+        mark[w] = v;
+        f(w);
+      }
+    }
+  };
+  std::uint64_t count = 0;
+  off[0] = 0;
+  for (unsigned v = 0; v < n; ++v) {
+    walk(v, [&](unsigned) { ++count; });
+    if (count >= NO_INDEX) return fail(offsets, nodes);
+    off[v + 1] = static_cast<unsigned>(count);
+  }
+  if (!nodes.resize(static_cast<unsigned>(count))) return fail(offsets, nodes);
+  marker = NO_INDEX;
+  unsigned* out = nodes.data();
+  for (unsigned v = 0; v < n; ++v) walk(v, [&](unsigned w) { *out++ = w; });
+  return 0;
+}
+
+int build_node_graph(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
+                     dense1D<unsigned, 8>& nodes) noexcept {
+  offsets.clear();
+  nodes.clear();
+  dense1D<unsigned, 8> piece_offsets, pieces, node_offsets, node_pieces;
+  int r;
+  switch (narrowed) {
+    case ELT_NONE:
+    case ELT_EDGE2:
+    case ELT_TRIA3:
+    case ELT_TETRA4: r = build_element_lists(connect, piece_offsets, pieces); break;
+    case ELT_QUAD4:
+    case ELT_PYRA5:
+    case ELT_WEDGE6:
+    case ELT_HEXA8:
+    case ELT_FACE_MIX:
+    case ELT_SOLID_MIX: r = build_edge_lists(connect, narrowed, piece_offsets, pieces); break;
+    default: return -5;
+  }
+  if (r == 0) r = transpose_lists(piece_offsets, pieces, node_offsets, node_pieces);
+  if (r == 0) r = node_graph_of_pieces(piece_offsets, pieces, node_offsets, node_pieces, offsets, nodes);
+  return r;
+}
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

@@ -1,0 +1,56 @@
+// Compressed lists and the incidence structures built from them: element
+// lists, their transpose (node-to-element lists) and the node graph.  Shared
+// by the topology operations and the metric gradation.
+//
+// A compressed list is a pair of vectors, offsets (one more than the number
+// of lists, offsets[0] = 0, the last one the item count) and items; list i is
+// items[offsets[i]] up to items[offsets[i+1]] exclusive.  UINT_MAX items
+// (unused rows of mixed columns) may stand in a list; every consumer skips
+// them.  All builders empty their outputs first and return 0, or -199 with
+// their outputs emptied when memory could not be had.
+#pragma once
+
+#include <zeb/dense.hpp>
+#include <zeb/plexa/core.hpp>
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+// Element lists of a connectivity of R rows: list e is column e in row
+// order (offsets e*R).  A contiguous connectivity is shared, not copied.
+int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& offsets,
+                        dense1D<unsigned, 8>& items) noexcept;
+
+// The vertex edges of every element as two-node lists, elements in order
+// and each element's edges in table order.  `narrowed` must be a type with
+// an edge table or a mixed face or solid type (kind read per column).
+int build_edge_lists(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
+                     dense1D<unsigned, 8>& items) noexcept;
+
+// Transpose by a two-pass counting sort: list v of the result holds, in
+// ascending order, every list i in which v stands (once per occurrence), for
+// every v from 0 to the largest item.  No item at all gives offsets = (0).
+int transpose_lists(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned, 8>& items,
+                    dense1D<unsigned, 8>& t_offsets, dense1D<unsigned, 8>& t_items) noexcept;
+
+// Node graph from pieces (lists of nodes: elements or edges) and their
+// transpose (the pieces of each node): list v holds each node that shares a
+// piece with v, once, v excluded, in order of discovery (pieces of v in
+// ascending order, nodes of a piece in list order).  Two passes over a
+// marker array, one to count and one to write.
+int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1D<unsigned, 8>& piece_items,
+                         const dense1D<unsigned, 8>& node_offsets, const dense1D<unsigned, 8>& node_pieces,
+                         dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& nodes) noexcept;
+
+// Node graph of a connectivity whose type has been checked (narrowed by row
+// count): ELT_NONE, ELT_EDGE2, ELT_TRIA3 and ELT_TETRA4 join every node pair
+// of a column, the other accepted types (quadrangles, pyramids, wedges,
+// hexahedra, mixed faces and solids) the ends of each vertex edge.  -5 for a
+// type without such a rule.
+int build_node_graph(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
+                     dense1D<unsigned, 8>& nodes) noexcept;
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

@@ -1,0 +1,55 @@
+// Node graph, node-to-element lists and ancestors of a connectivity.
+#include <zeb/plexa/topology.hpp>
+
+#include "core/element_model.hpp"
+#include "core/matrix_walk.hpp"
+#include "topology/compressed_lists.hpp"
+
+namespace zeb {
+namespace plexa {
+
+using detail::NO_INDEX;
+
+int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
+                   dense1D<unsigned int, 8>& nodes, element_type type) {
+  offsets.clear();
+  nodes.clear();
+  if (connectivity.empty()) return 0;
+  if (!detail::is_element_type(type)) return -5;
+  const element_type t = detail::narrow_type(type, connectivity.rows());
+  if (t != ELT_NONE && connectivity.rows() != detail::node_count(t)) return -2;
+  return detail::build_node_graph(connectivity, t, offsets, nodes);
+}
+
+int get_connected_elements(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
+                           dense1D<unsigned int, 8>& elements) {
+  offsets.clear();
+  elements.clear();
+  if (connectivity.empty()) return 0;
+  dense1D<unsigned, 8> element_offsets, items;
+  if (detail::build_element_lists(connectivity, element_offsets, items) != 0) return -199;
+  return detail::transpose_lists(element_offsets, items, offsets, elements);
+}
+
+int get_ancestors(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& ancestors) {
+  if (ancestors.empty()) {
+    unsigned size = 0;
+    detail::for_each_entry(connectivity, [&size](unsigned v) {
+      if (v != NO_INDEX && v >= size) size = v + 1;
+    });
+    if (!ancestors.resize(size, NO_INDEX)) {
+      ancestors.clear_hard();
+      return -199;
+    }
+  }
+  unsigned* a = ancestors.data();
+  const unsigned size = ancestors.size(), rows = connectivity.rows();
+  detail::for_each_column(connectivity, [&](const unsigned* col, unsigned e) {
+    for (unsigned i = 0; i < rows; ++i)
+      if (col[i] < size) a[col[i]] = e;
+  });
+  return 0;
+}
+
+}  // namespace plexa
+}  // namespace zeb

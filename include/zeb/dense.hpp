@@ -107,6 +107,29 @@ class Ptr {
   T* p_ = nullptr;
 };
 
+namespace detail {
+// A 32-bit unsigned count stored under a type of its own (one per Tag).
+// The entries of a dense1D<unsigned> are unsigned ints, and the size, start
+// and capacity of the views are stored next to each other; giving each of
+// them a distinct type tells the compiler that storing an entry or the size
+// cannot change the others, so a loop of appends keeps them in registers
+// instead of reloading them after every store.  The layout is a plain uint32.
+template <int Tag>
+class count32 {
+  enum class rep : std::uint32_t {};
+  rep v_;
+
+ public:
+  count32() noexcept = default;
+  constexpr count32(unsigned v) noexcept : v_(rep(v)) {}
+  constexpr operator unsigned() const noexcept { return unsigned(v_); }
+};
+using size32 = count32<0>;
+using start32 = count32<1>;
+using capacity32 = count32<2>;
+static_assert(sizeof(size32) == 4 && std::is_trivially_copyable<size32>::value, "count32 is a plain uint32");
+}  // namespace detail
+
 // A heap block of T owned by a reference-counted object: (vtable, count,
 // pointer to the first T, capacity in elements).
 template <class T, unsigned K = 8>
@@ -134,7 +157,7 @@ class vector_num : public math1::ref_counted {
   }
 
   T* data() const noexcept { return data_; }
-  std::uint32_t capacity() const noexcept { return capacity_; }
+  unsigned capacity() const noexcept { return capacity_; }
 
   // Makes room for `required` elements, keeping the first `kept` ones (the
   // rest of the block is unspecified afterwards): the new capacity is at
@@ -151,7 +174,7 @@ class vector_num : public math1::ref_counted {
     if (wanted > SIZE_MAX / sizeof(T)) return false;
     T* fresh = static_cast<T*>(math1::__vector_num_alloc(static_cast<std::size_t>(wanted) * sizeof(T)));
     if (!fresh) return false;
-    if (kept > capacity_) kept = capacity_;
+    if (kept > capacity_) kept = unsigned(capacity_);
     if (kept > 0)
       std::memcpy(static_cast<void*>(fresh), static_cast<const void*>(data_), std::size_t(kept) * sizeof(T));
     math1::__vector_num_free(data_);
@@ -166,7 +189,7 @@ class vector_num : public math1::ref_counted {
   vector_num() noexcept = default;
 
   T* data_ = nullptr;
-  std::uint32_t capacity_ = 0;
+  detail::capacity32 capacity_ = 0u;
 };
 
 namespace detail {
@@ -267,7 +290,8 @@ class dense1D {
   bool copy(const dense1D& other) noexcept {
     if (other.size_ == 0) {
       storage_ = nullptr;
-      size_ = start_ = 0;
+      size_ = 0u;
+      start_ = 0u;
       return true;
     }
     storage_type* block = storage_type::create(other.size_);
@@ -301,17 +325,29 @@ class dense1D {
     return detail::ensure_storage(storage_, std::uint64_t(start_) + n, start_ + size_, 1);
   }
   // Appends one entry, doubling the capacity when full; false (size
-  // unchanged) when the storage cannot grow.  The common case (room left)
-  // stays inline; growing is out of line.
+  // unchanged) when the storage cannot grow.  Inline as a whole, like the
+  // standard vector's, so that a loop of appends keeps its bookkeeping in
+  // registers.
   bool push_back(const T& value) noexcept {
     vector_num<T, K>* s = storage_.get();
-    const std::uint64_t end = std::uint64_t(start_) + size_;
-    if (s && end < s->capacity()) {
+    const unsigned n = size_, first = start_;
+    const std::uint64_t end = std::uint64_t(first) + n;
+    bool stored = true;
+    if (__builtin_expect(s == nullptr || end >= s->capacity(), 0)) {
+      const T v = value;  // `value` may live in the block that moves
+      stored = detail::ensure_storage(storage_, end + 1, static_cast<std::uint32_t>(end), 2);
+      // start_ is rewritten (unchanged) so that the compiler keeps it in a
+      // register across a loop of appends instead of reloading it.
+      s = storage_.get();
+      if (stored) s->data()[end] = v;
+      start_ = first;
+    } else {
       s->data()[end] = value;
-      ++size_;
-      return true;
     }
-    return push_back_grow(value);
+    // Written on every path (also unchanged on failure) so that the size
+    // stays known to the compiler across a loop of appends.
+    size_ = n + unsigned(stored);
+    return stored;
   }
   // Appends n copies of value.
   bool push_back_n(unsigned n, const T& value) noexcept {
@@ -323,7 +359,8 @@ class dense1D {
   // Size 0 and the storage released.
   void clear_hard() noexcept {
     storage_ = nullptr;
-    size_ = start_ = 0;
+    size_ = 0u;
+    start_ = 0u;
   }
 
   // Same size and equal entries (records without operator== compare bytewise).
@@ -353,20 +390,9 @@ class dense1D {
       : storage_(storage), size_(n), start_(start) {}
 
  private:
-  // The appending protocol when the block is full or missing: grow to room
-  // for end + 1 keeping the first end elements, doubling the capacity.
-  [[gnu::noinline]] bool push_back_grow(const T& value) noexcept {
-    const T v = value;  // `value` may live in the block that moves
-    const std::uint64_t end = std::uint64_t(start_) + size_;
-    if (!detail::ensure_storage(storage_, end + 1, static_cast<std::uint32_t>(end), 2)) return false;
-    storage_->data()[end] = v;
-    ++size_;
-    return true;
-  }
-
   Ptr<storage_type> storage_;
-  unsigned size_ = 0;
-  unsigned start_ = 0;
+  detail::size32 size_ = 0u;
+  detail::start32 start_ = 0u;
 };
 
 // A column-major matrix view: entry (i, j) is storage element

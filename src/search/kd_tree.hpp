@@ -36,13 +36,14 @@ struct kd_view {
   unsigned right(unsigned s) const noexcept { return slots[3 * std::size_t(s) + 2]; }
 };
 
+// An empty view when the caller has changed the row count of the matrix.
 template <unsigned D>
 inline kd_view<D> make_view(const dense2D<double>& pos, const dense2D<unsigned>& table) noexcept {
   kd_view<D> v;
   v.x = pos.data();
   v.ld = pos.ld();
   v.slots = table.data();
-  v.count = table.cols();
+  v.count = pos.rows() == D ? table.cols() : 0;
   return v;
 }
 

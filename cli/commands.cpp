@@ -8,11 +8,13 @@
 namespace plexa_cli {
 
 extern const command demo_command;
+extern const command convert_command;
 
 namespace {
 
 const command* const table[] = {
     &demo_command,
+    &convert_command,
 };
 
 }  // namespace

@@ -1,5 +1,12 @@
 // `plexa demo`: the tool's embedded default run on the built-in mesh.
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/io.hpp>
 
 #include "builtin_mesh.hpp"
 #include "command.hpp"
@@ -9,8 +16,52 @@ namespace plexa_cli {
 
 namespace {
 
+constexpr const char* default_folder = "plexa-demo";
+
+// Writes the mesh and a scalar field on it (the distance of each node to the
+// origin) as MEDIT files into `folder`, created when missing, and names them
+// on call.out.
+int write_files(const invocation& call, const std::string& folder, const zeb::dense2D<double>& coords,
+                const zeb::dense2D<unsigned>& solids) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error && !std::filesystem::is_directory(folder))
+    return failure(call, "cannot create the output folder '%s': %s", folder.c_str(), error.message().c_str());
+
+  const std::string mesh = folder + "/demo.mesh", field = folder + "/demo.sol";
+  if (zeb::plexa::medit_output(mesh.c_str(), coords, solids, zeb::plexa::ELT_SOLID_MIX) != 0)
+    return failure(call, "cannot write '%s'", mesh.c_str());
+
+  zeb::dense1D<double, 8> distance(coords.cols());
+  if (distance.size() != coords.cols()) return failure(call, "out of memory");
+  for (unsigned j = 0; j < coords.cols(); ++j) {
+    double sum = 0;
+    for (unsigned i = 0; i < coords.rows(); ++i) sum += coords(i, j) * coords(i, j);
+    distance[j] = std::sqrt(sum);
+  }
+  if (zeb::plexa::medit_scalar(field.c_str(), coords.rows(), distance) != 0)
+    return failure(call, "cannot write '%s'", field.c_str());
+
+  std::fprintf(call.out,
+               "output folder: %s\n"
+               "  demo.mesh: the mesh (MEDIT)\n"
+               "  demo.sol: distance of each node to the origin (MEDIT scalar field)\n",
+               folder.c_str());
+  return EXIT_OK;
+}
+
 int demo_main(const invocation& call) {
-  if (call.argc > 0) return usage_error(call, "unexpected argument '%s'", call.argv[0]);
+  std::string folder = default_folder;
+  for (int k = 0; k < call.argc; ++k) {
+    const char* arg = call.argv[k];
+    if (std::strcmp(arg, "--output-dir") == 0 || std::strcmp(arg, "-o") == 0) {
+      if (++k == call.argc) return usage_error(call, "missing folder after '%s'", arg);
+      folder = call.argv[k];
+      if (folder.empty()) return usage_error(call, "empty output folder");
+    } else {
+      return usage_error(call, "unexpected argument '%s'", arg);
+    }
+  }
 
   zeb::dense2D<double> coords;
   zeb::dense2D<unsigned> solids;
@@ -19,19 +70,27 @@ int demo_main(const invocation& call) {
   std::fputs("built-in mesh of mixed solids\n", call.out);
   if (!write_mesh_summary(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX))
     return failure(call, "the built-in mesh is not a valid mixed solid mesh");
-  return EXIT_OK;
+  return write_files(call, folder, coords, solids);
 }
 
 }  // namespace
 
 extern const command demo_command = {
     "demo",
-    "describe the built-in mesh of mixed solids",
-    "Usage: plexa demo\n"
+    "describe the built-in mesh of mixed solids and write it as MEDIT files",
+    "Usage: plexa demo [--output-dir <folder>]\n"
     "\n"
     "Builds the built-in mesh (two hexahedra, a roof of two wedges, a pyramid\n"
     "and two tetrahedra sharing faces) and prints its node count, its elements\n"
-    "by type and its bounding box.\n",
+    "by type and its bounding box.  Then writes into the output folder, which it\n"
+    "creates when missing and names on the standard output:\n"
+    "  demo.mesh  the mesh, as a MEDIT mesh file;\n"
+    "  demo.sol   the distance of each node to the origin, as a MEDIT scalar\n"
+    "             solution file (MEDIT viewers pair it with demo.mesh).\n"
+    "\n"
+    "Options:\n"
+    "  -o, --output-dir <folder>  where to write the files (default: plexa-demo,\n"
+    "                             in the current directory)\n",
     demo_main,
 };
 

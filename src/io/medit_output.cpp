@@ -61,10 +61,7 @@ void write_vertices(text_writer& w, const dense2D<double>& pos) {
   const double* p = pos.data();
   const std::size_t ld = pos.ld();
   for (unsigned j = 0; j < n; ++j, p += ld) {
-    for (unsigned i = 0; i < d; ++i) {
-      w.put_exponent(p[i]);
-      w.put(' ');
-    }
+    w.put_exponents(p, d);
     w.put("0\n", 2);
   }
   w.put('\n');

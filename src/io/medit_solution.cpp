@@ -29,10 +29,7 @@ void write_columns(text_writer& w, const dense2D<double>& m) {
   const double* p = m.data();
   const std::size_t ld = m.ld();
   for (unsigned j = 0; j < cols; ++j, p += ld) {
-    for (unsigned i = 0; i < rows; ++i) {
-      w.put_exponent(p[i]);
-      w.put(' ');
-    }
+    w.put_exponents(p, rows);
     w.put('\n');
   }
 }

@@ -45,6 +45,14 @@ class text_writer {
     make_room(EXPONENT_TEXT_MAX);
     used_ = std::size_t(format_exponent(value, buffer_ + used_) - buffer_);
   }
+  // n values, each as "%E " writes it (a line of a node's coordinates or
+  // of a solution).
+  void put_exponents(const double* values, unsigned n) noexcept {
+    for (unsigned i = 0; i < n; ++i) {
+      put_exponent(values[i]);
+      put(' ');
+    }
+  }
   // `value` as "%d" writes it.
   void put_int(int value) noexcept {
     make_room(INT_TEXT_MAX);

@@ -16,37 +16,18 @@
 #include "builtin_mesh.hpp"
 #include "cli.hpp"
 #include "mesh_summary.hpp"
+#include "support/files.hpp"
 #include "support/locale.hpp"
+#include "tool_runner.hpp"
 
 namespace {
 
-struct result {
-  int status;
-  std::string out, err;
-};
-
-// Runs the tool with the given arguments; `out` may replace the captured
-// standard output (to simulate a stream that cannot be written).
-result run(std::vector<const char*> args, std::FILE* out = nullptr) {
-  args.insert(args.begin(), "plexa");
-  char *out_text = nullptr, *err_text = nullptr;
-  std::size_t out_size = 0, err_size = 0;
-  std::FILE* captured = open_memstream(&out_text, &out_size);
-  std::FILE* err = open_memstream(&err_text, &err_size);
-  result r;
-  r.status = plexa_cli::run(int(args.size()), args.data(), out ? out : captured, err);
-  std::fclose(captured);
-  std::fclose(err);
-  r.out.assign(out_text, out_size);
-  r.err.assign(err_text, err_size);
-  std::free(out_text);
-  std::free(err_text);
-  return r;
-}
+using plexa_cli_test::result;
+using plexa_cli_test::run;
 
 bool one_line(const std::string& s) { return !s.empty() && s.find('\n') == s.size() - 1; }
 
-const char* const demo_output =
+const std::string demo_summary =
     "built-in mesh of mixed solids\n"
     "nodes: 17\n"
     "elements: 7\n"
@@ -55,6 +36,14 @@ const char* const demo_output =
     "  WEDGE6: 2\n"
     "  HEXA8: 2\n"
     "bounding box: [-0.5, 2.5] x [0, 1] x [0, 1.5]\n";
+
+// What `plexa demo -o <folder>` prints.
+std::string demo_output(const std::string& folder) {
+  return demo_summary + "output folder: " + folder +
+         "\n"
+         "  demo.mesh: the mesh (MEDIT)\n"
+         "  demo.sol: distance of each node to the origin (MEDIT scalar field)\n";
+}
 
 TEST(Cli, VersionHelpAndDemoPrintExactly) {
   const result version = run({"--version"});
@@ -69,7 +58,8 @@ TEST(Cli, VersionHelpAndDemoPrintExactly) {
       "Finite-element mesh tools.\n"
       "\n"
       "Commands:\n"
-      "  demo  describe the built-in mesh of mixed solids\n"
+      "  demo     describe the built-in mesh of mixed solids and write it as MEDIT files\n"
+      "  convert  write a mesh in another file format\n"
       "\n"
       "Run 'plexa help <command>' for the arguments of a command.\n";
   for (auto args : {std::vector<const char*>{"--help"}, {"-h"}, {"help"}}) {
@@ -81,12 +71,13 @@ TEST(Cli, VersionHelpAndDemoPrintExactly) {
 
   const result demo_help = run({"help", "demo"});
   EXPECT_EQ(demo_help.status, 0);
-  EXPECT_EQ(demo_help.out.rfind("Usage: plexa demo\n\n", 0), 0u) << demo_help.out;
+  EXPECT_EQ(demo_help.out.rfind("Usage: plexa demo [--output-dir <folder>]\n\n", 0), 0u) << demo_help.out;
   EXPECT_EQ(run({"demo", "--help"}).out, demo_help.out);
 
-  const result demo = run({"demo"});
+  plexa_test::scratch_dir dir;
+  const result demo = run({"demo", "--output-dir", dir.path().c_str()});
   EXPECT_EQ(demo.status, 0);
-  EXPECT_EQ(demo.out, demo_output);
+  EXPECT_EQ(demo.out, demo_output(dir.path()));
   EXPECT_EQ(demo.err, "");
 }
 
@@ -116,7 +107,8 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneLineOnStderr) {
 TEST(Cli, OutputThatCannotBeWrittenIsAFailure) {
   std::FILE* full = std::fopen("/dev/full", "w");
   if (!full) GTEST_SKIP() << "no /dev/full";
-  const result r = run({"demo"}, full);
+  plexa_test::scratch_dir dir;
+  const result r = run({"demo", "-o", dir.path().c_str()}, full);
   std::fclose(full);
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(one_line(r.err)) << r.err;
@@ -129,7 +121,8 @@ TEST(Cli, OutputDoesNotDependOnTheLocale) {
     std::snprintf(probe, sizeof probe, "%.1f", 0.5);
     ASSERT_STREQ(probe, "0,5");  // the locale is really in force
   }
-  EXPECT_EQ(run({"demo"}).out, demo_output);
+  plexa_test::scratch_dir dir;
+  EXPECT_EQ(run({"demo", "-o", dir.path().c_str()}).out, demo_output(dir.path()));
 }
 
 // Local faces of each solid, as the library numbers them (faces point out of

@@ -1,4 +1,5 @@
 #include <array>
+
 #include "search/point_cloud.hpp"
 
 using namespace zeb::plexa;

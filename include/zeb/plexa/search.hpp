@@ -72,7 +72,8 @@ class PLEXA_API node_detector {
 
   // Index of the indexed node closest to p (squared Euclidean distance);
   // among nodes at the same distance the first met by the search wins.
-  // UINT_MAX for an empty detector or when no distance compares (NaN).
+  // UINT_MAX for an empty detector, or when no squared distance is finite
+  // (NaN coordinates, overflow beyond the largest double).
   // A 2-D point asked of a 3-D tree is taken with z = 0; a 3-D point asked
   // of a 2-D tree is taken by its x and y.
   unsigned int find_closest(const vector_fixed<double, 2>& p) const;

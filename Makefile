@@ -22,7 +22,7 @@ export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 all: build
 
 setup:
-	@./scripts/setup.sh
+	@bash scripts/setup.sh
 
 build: setup
 	cmake -S . -B $(BUILD) $(CMAKE_ARGS)

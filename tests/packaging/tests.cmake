@@ -1,8 +1,14 @@
 # Tests of the packaging and of the plexa tool.
 
-# The tool's tests run its commands in-process.
+# The tool's tests run its commands in-process.  Without the tool in the
+# build, they compile its command sources themselves.
 if(TARGET plexa_cli_tests AND TARGET plexa_cli)
   target_link_libraries(plexa_cli_tests PRIVATE plexa_cli)
+elseif(TARGET plexa_cli_tests)
+  file(GLOB plexa_cli_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cli/*.cpp)
+  list(FILTER plexa_cli_sources EXCLUDE REGEX ".*/main\\.cpp$")
+  target_sources(plexa_cli_tests PRIVATE ${plexa_cli_sources})
+  target_include_directories(plexa_cli_tests PRIVATE ${PROJECT_SOURCE_DIR}/cli)
 endif()
 
 # Generated files and install trees of these tests.
@@ -24,8 +30,12 @@ target_compile_options(plexa_header_check PRIVATE -Wall -Wextra -Wpedantic -Werr
 set_target_properties(plexa_header_check PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
 
 # Only the public API leaves the shared library.
+set(plexa_nm ${CMAKE_NM})
+if(NOT plexa_nm)
+  set(plexa_nm nm)
+endif()
 add_test(NAME packaging.exported_symbols
-  COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:zebplexa> -DNM=${CMAKE_NM}
+  COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:zebplexa> -DNM=${plexa_nm}
           -P ${CMAKE_CURRENT_LIST_DIR}/exported_symbols.cmake)
 
 # The installed package, used the two documented ways.  One fixture installs

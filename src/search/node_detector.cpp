@@ -1,0 +1,251 @@
+// node_detector: the exported k-d tree over a caller's nodes.
+#include <zeb/plexa/indices.hpp>
+#include <zeb/plexa/search.hpp>
+
+#include "search/kd_tree.hpp"
+#include "search/mt19937.hpp"
+
+namespace zeb {
+namespace plexa {
+
+using detail::NO_INDEX;
+
+namespace {
+
+unsigned words_for(unsigned bits) noexcept { return unsigned((std::uint64_t(bits) + 31) / 32); }
+
+// The working node list of a list-form reinit: a copy without the markers;
+// -2 when an entry is not a column of pos.
+int list_nodes(const dense1D<unsigned int, 8>& nodes, unsigned n, dense1D<unsigned int, 8>& out) {
+  if (!out.reserve(nodes.size())) return -199;
+  for (unsigned v : nodes) {
+    if (v == NO_INDEX) continue;
+    if (v >= n) return -2;
+    out.push_back(v);  // cannot fail: reserved
+  }
+  return 0;
+}
+
+int range_nodes(const dense2D<unsigned int>* first, const dense2D<unsigned int>* last, unsigned n,
+                dense1D<unsigned int, 8>& out) {
+  if (first > last) return -3;
+  for (const dense2D<unsigned int>* m = first; m != last; ++m)
+    if (!check_IDs(*m, n)) return -2;
+  return unique_indices(out, first, last, dense1D<unsigned int, 8>());
+}
+
+}  // namespace
+
+node_detector::node_detector() noexcept = default;
+
+node_detector::node_detector(const dense2D<double>& pos) { reinit(pos); }
+
+node_detector::node_detector(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes) {
+  reinit(pos, nodes);
+}
+
+node_detector::node_detector(const dense2D<double>& pos, const dense2D<unsigned int>& connect) {
+  reinit(pos, connect);
+}
+
+node_detector::node_detector(const dense2D<double>& pos, const dense2D<unsigned int>* first,
+                             const dense2D<unsigned int>* last) {
+  reinit(pos, first, last);
+}
+
+node_detector::node_detector(const node_detector& other) { *this = other; }
+
+node_detector& node_detector::operator=(const node_detector& other) {
+  if (this == &other) return *this;
+  dense2D<unsigned int> table;
+  dense1D<unsigned int, 8> bits, flagged;
+  if (!table.copy(other.table_) || !bits.copy(other.flag_bits_) || !flagged.copy(other.flagged_)) {
+    clear();
+    return *this;
+  }
+  pos2_ = other.pos2_;
+  pos3_ = other.pos3_;
+  table_ = static_cast<dense2D<unsigned int>&&>(table);
+  flag_bits_ = static_cast<dense1D<unsigned int, 8>&&>(bits);
+  flagged_ = static_cast<dense1D<unsigned int, 8>&&>(flagged);
+  return *this;
+}
+
+node_detector::~node_detector() = default;
+
+void node_detector::clear() noexcept {
+  pos2_ = pos3_ = nullptr;
+  table_ = dense2D<unsigned int>();
+  flag_bits_.clear_hard();
+  flagged_.clear_hard();
+}
+
+unsigned int node_detector::size() const noexcept { return table_.cols(); }
+
+// All reinit forms end here with a checked list of distinct nodes: the new
+// tree replaces the old one only once it is complete.
+int node_detector::adopt(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes) {
+  dense2D<unsigned int> table;
+  dense1D<unsigned int, 8> bits;
+  const bool built = pos.rows() == 2 ? detail::build_tree<2>(pos, nodes.data(), nodes.size(), table)
+                                     : detail::build_tree<3>(pos, nodes.data(), nodes.size(), table);
+  if (!built || !bits.resize(words_for(nodes.size()), 0u)) return -199;
+  pos2_ = pos.rows() == 2 ? &pos : nullptr;
+  pos3_ = pos.rows() == 3 ? &pos : nullptr;
+  table_ = static_cast<dense2D<unsigned int>&&>(table);
+  flag_bits_ = static_cast<dense1D<unsigned int, 8>&&>(bits);
+  flagged_.clear_hard();
+  return int(table_.cols());
+}
+
+int node_detector::reinit(const dense2D<double>& pos) {
+  if (pos.rows() != 2 && pos.rows() != 3) return -1;
+  dense1D<unsigned int, 8> nodes;
+  if (!nodes.resize(pos.cols())) return -199;
+  for (unsigned i = 0; i < nodes.size(); ++i) nodes[i] = i;
+  return adopt(pos, nodes);
+}
+
+int node_detector::reinit(const dense2D<double>& pos, const dense1D<unsigned int, 8>& list) {
+  if (pos.rows() != 2 && pos.rows() != 3) return -1;
+  dense1D<unsigned int, 8> nodes;
+  const int r = list_nodes(list, pos.cols(), nodes);
+  return r < 0 ? r : adopt(pos, nodes);
+}
+
+int node_detector::reinit(const dense2D<double>& pos, const dense2D<unsigned int>& connect) {
+  return reinit(pos, &connect, &connect + 1);
+}
+
+int node_detector::reinit(const dense2D<double>& pos, const dense2D<unsigned int>* first,
+                          const dense2D<unsigned int>* last) {
+  if (pos.rows() != 2 && pos.rows() != 3) return -1;
+  dense1D<unsigned int, 8> nodes;
+  const int r = range_nodes(first, last, pos.cols(), nodes);
+  return r < 0 ? r : adopt(pos, nodes);
+}
+
+unsigned int node_detector::insert(const dense1D<unsigned int, 8>& nodes) {
+  const dense2D<double>* pos = pos2_ ? pos2_ : pos3_;
+  if (!pos || nodes.empty()) return 0;
+  const unsigned dim = pos2_ ? 2 : 3;
+  if (pos->rows() != dim) return 0;
+
+  // Shuffled copy of the list: a fresh generator per call, so the same list
+  // always gives the same tree and sorted input does not make a linear one.
+  dense1D<unsigned int, 8> order;
+  if (!order.copy(nodes)) return 0;
+  unsigned* o = order.data();
+  const unsigned n = order.size();
+  detail::mt19937 gen(1);
+  for (unsigned i = 1; i < n; ++i) {
+    const unsigned j = unsigned(gen() % (std::uint64_t(i) + 1));
+    const unsigned t = o[i];
+    o[i] = o[j];
+    o[j] = t;
+  }
+
+  // Reserve everything first so that the insertion cannot fail half way.
+  const unsigned old_slots = table_.cols();
+  if (std::uint64_t(old_slots) + n > UINT32_MAX - 1) return 0;
+  if (!table_.reserve(3, old_slots + n) || !flagged_.reserve(flagged_.size() + n) ||
+      !flag_bits_.reserve(words_for(old_slots + n)))
+    return 0;
+  table_.resize(3, old_slots + n);
+
+  const unsigned cols = pos->cols();
+  const double* x = pos->data();
+  const std::size_t ld = pos->ld();
+  unsigned* table = table_.data();
+  unsigned slot = old_slots, added = 0;
+  for (unsigned i = 0; i < n; ++i) {
+    const unsigned v = o[i];
+    if (v >= cols) continue;
+    unsigned* s = table + 3 * std::size_t(slot);
+    s[0] = v;
+    s[1] = s[2] = NO_INDEX;
+    const bool linked = dim == 2 ? detail::link_slot<2>(x, ld, table, slot, v)
+                                 : detail::link_slot<3>(x, ld, table, slot, v);
+    if (linked) {
+      ++added;
+    } else {
+      flagged_.push_back(slot);
+      if (flag_bits_.size() <= slot / 32) flag_bits_.resize(slot / 32 + 1, 0u);
+      flag_bits_[slot / 32] |= 1u << (slot % 32);
+    }
+    ++slot;
+  }
+  table_.resize(3, slot);
+  return added;
+}
+
+unsigned int node_detector::insert(const dense2D<unsigned int>& connect) {
+  if (!pos2_ && !pos3_) return 0;
+  dense1D<unsigned int, 8> nodes;
+  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return 0;
+  return insert(nodes);
+}
+
+unsigned int node_detector::find_closest(const vector_fixed<double, 2>& p) const {
+  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_), p.data(), NO_INDEX);
+  if (pos3_) {
+    const double q[3] = {p[0], p[1], 0.0};
+    return detail::find_closest_node(detail::make_view<3>(*pos3_, table_), q, NO_INDEX);
+  }
+  return NO_INDEX;
+}
+
+unsigned int node_detector::find_closest(const vector_fixed<double, 3>& p) const {
+  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_), p.data(), NO_INDEX);
+  if (pos3_) return detail::find_closest_node(detail::make_view<3>(*pos3_, table_), p.data(), NO_INDEX);
+  return NO_INDEX;
+}
+
+unsigned int node_detector::find_closest(unsigned int node) const {
+  const dense2D<double>* pos = pos2_ ? pos2_ : pos3_;
+  if (!pos || node >= pos->cols()) return NO_INDEX;
+  const double* q = pos->data() + std::size_t(node) * pos->ld();
+  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_), q, node);
+  return detail::find_closest_node(detail::make_view<3>(*pos3_, table_), q, node);
+}
+
+namespace {
+
+template <unsigned D>
+int box_query(const dense2D<double>& pos, const dense2D<unsigned int>& table, const double* lo, const double* hi,
+              dense1D<unsigned int, 8>& IDs) {
+  dense1D<detail::box_step, 8> stack;
+  const unsigned old_size = IDs.size();
+  bool ok = stack.reserve(64);
+  if (ok)
+    ok = detail::for_each_in_box(detail::make_view<D>(pos, table), lo, hi, stack,
+                                 [&](unsigned v) { ok = ok && IDs.push_back(v); }) &&
+         ok;
+  if (!ok) {
+    IDs.resize(old_size);
+    return -199;
+  }
+  return int(IDs.size() - old_size);
+}
+
+}  // namespace
+
+int node_detector::find_in_box(const vector_fixed<double, 2>& min, const vector_fixed<double, 2>& max,
+                               dense1D<unsigned int, 8>& IDs) const {
+  if (pos2_) return box_query<2>(*pos2_, table_, min.data(), max.data(), IDs);
+  if (pos3_) {
+    const double lo[3] = {min[0], min[1], 0.0}, hi[3] = {max[0], max[1], 0.0};
+    return box_query<3>(*pos3_, table_, lo, hi, IDs);
+  }
+  return 0;
+}
+
+int node_detector::find_in_box(const vector_fixed<double, 3>& min, const vector_fixed<double, 3>& max,
+                               dense1D<unsigned int, 8>& IDs) const {
+  if (pos2_) return box_query<2>(*pos2_, table_, min.data(), max.data(), IDs);
+  if (pos3_) return box_query<3>(*pos3_, table_, min.data(), max.data(), IDs);
+  return 0;
+}
+
+}  // namespace plexa
+}  // namespace zeb

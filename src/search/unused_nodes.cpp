@@ -1,0 +1,83 @@
+// simplify: drops the nodes that no connectivity uses, from a given index
+// on, and renumbers the connectivities.
+#include <zeb/plexa/indices.hpp>
+#include <zeb/plexa/search.hpp>
+
+#include "core/element_model.hpp"
+#include "core/matrix_walk.hpp"
+
+namespace zeb {
+namespace plexa {
+
+using detail::NO_INDEX;
+
+int simplify(dense2D<double>& pos, dense2D<unsigned int>* first, dense2D<unsigned int>* last,
+             dense1D<unsigned int, 8>& new_IDs, unsigned int start) {
+  new_IDs.clear_hard();
+  if (first == last) return 0;
+  if (first > last) return -3;
+  const unsigned n = pos.cols();
+  for (const dense2D<unsigned int>* m = first; m != last; ++m)
+    if (!check_IDs(*m, n)) return -2;
+  if (pos.empty() || start >= n) return 0;
+
+  dense1D<unsigned int, 8> map, used;
+  if (!map.resize(n) || !used.resize(unsigned((std::uint64_t(n) + 31) / 32), 0u)) return -199;
+  unsigned* bits = used.data();
+  for (const dense2D<unsigned int>* m = first; m != last; ++m)
+    detail::for_each_entry(*m, [&](unsigned v) {
+      if (v != NO_INDEX) bits[v / 32] |= 1u << (v % 32);
+    });
+  unsigned* out = map.data();
+  unsigned k = start;
+  for (unsigned i = 0; i < start; ++i) out[i] = i;
+  for (unsigned i = start; i < n; ++i) out[i] = (bits[i / 32] >> (i % 32)) & 1u ? k++ : NO_INDEX;
+
+  if (k < n) {
+    const unsigned rows = pos.rows();
+    if (pos.contiguous()) {
+      // In place: shrinking a contiguous matrix does not allocate.
+      double* x = pos.data();
+      for (unsigned i = start; i < n; ++i)
+        if (out[i] != NO_INDEX && out[i] < i)
+          for (unsigned r = 0; r < rows; ++r) x[std::size_t(out[i]) * rows + r] = x[std::size_t(i) * rows + r];
+      pos.resize(rows, k);
+    } else {
+      // A strided view gets a block of its own, made before anything changes.
+      dense2D<double> fresh;
+      if (!fresh.resize(rows, k)) return -199;
+      const double* x = pos.data();
+      const std::size_t ld = pos.ld();
+      double* y = fresh.data();
+      for (unsigned i = 0; i < n; ++i)
+        if (out[i] != NO_INDEX)
+          for (unsigned r = 0; r < rows; ++r) y[std::size_t(out[i]) * rows + r] = x[i * ld + r];
+      pos = static_cast<dense2D<double>&&>(fresh);
+    }
+    for (dense2D<unsigned int>* m = first; m != last; ++m) change_indices(*m, map);
+  }
+  new_IDs = static_cast<dense1D<unsigned int, 8>&&>(map);
+  return int(n - k);
+}
+
+int simplify(dense2D<double>& pos, dense2D<unsigned int>& connect1, dense2D<unsigned int>& connect2,
+             unsigned int start) {
+  dense1D<unsigned int, 8> map;
+  if (&connect1 == &connect2) return simplify(pos, &connect1, &connect1 + 1, map, start);
+  // Views sharing the callers' storage: renumbering them renumbers the callers'.
+  dense2D<unsigned int> range[2] = {connect1, connect2};
+  return simplify(pos, range, range + 2, map, start);
+}
+
+int simplify(dense2D<double>& pos, dense2D<unsigned int>& connect, dense1D<unsigned int, 8>& new_IDs,
+             unsigned int start) {
+  return simplify(pos, &connect, &connect + 1, new_IDs, start);
+}
+
+int simplify(dense2D<double>& pos, dense2D<unsigned int>& connect, unsigned int start) {
+  dense1D<unsigned int, 8> map;
+  return simplify(pos, &connect, &connect + 1, map, start);
+}
+
+}  // namespace plexa
+}  // namespace zeb

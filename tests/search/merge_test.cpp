@@ -1,0 +1,209 @@
+#include <cmath>
+
+#include "search/point_cloud.hpp"
+
+using namespace zeb::plexa;
+using namespace plexa_test;
+
+namespace {
+
+std::vector<unsigned> distinct(const std::vector<unsigned>& v) {
+  std::vector<unsigned> out;
+  for (unsigned x : v)
+    if (x != NO && std::find(out.begin(), out.end(), x) == out.end()) out.push_back(x);
+  return out;
+}
+
+// The rank rule by brute force: each source onto the closest target of
+// smaller rank within the tolerance, then the chains flattened.
+std::vector<unsigned> rank_rule(const dense2D<double>& pos, const std::vector<unsigned>& S,
+                                const std::vector<unsigned>& T, double tol) {
+  std::vector<unsigned> rank(pos.cols(), NO), map(pos.cols());
+  for (unsigned k = 0; k < T.size(); ++k) rank[T[k]] = k;
+  for (unsigned i = 0; i < map.size(); ++i) map[i] = i;
+  for (unsigned s : S) {
+    unsigned best = s;
+    double bound = tol * tol;
+    for (unsigned c : T) {
+      const double q = squared_distance(pos, c, s);
+      if (rank[c] < rank[s] && q <= tol * tol && (best == s || q < bound)) best = c, bound = q;
+    }
+    map[s] = best;
+  }
+  for (unsigned& m : map)
+    while (map[m] != m) m = map[m];
+  return map;
+}
+
+void expect_roots(const std::vector<unsigned>& map) {
+  for (unsigned i = 0; i < map.size(); ++i) ASSERT_EQ(map[map[i]], map[i]) << "entry " << i;
+}
+
+}  // namespace
+
+TEST(Merge, SelfMergeFollowsTheRankRule) {
+  for (unsigned rows : {2u, 3u})
+    for (double tol : {0.0, 1e-8, 0.03}) {
+      SCOPED_TRACE(testing::Message() << rows << "-D, tolerance " << tol);
+      auto g = rng(7 * rows);
+      const dense2D<double> original = cloud_with_copies(g, rows, 1200);
+      dense2D<double> pos = strided(original);
+      std::vector<unsigned> all(pos.cols());
+      for (unsigned i = 0; i < all.size(); ++i) all[i] = i;
+      const std::vector<unsigned> expected = rank_rule(original, all, all, tol);
+
+      dense1D<unsigned, 8> map;
+      const int merged = merge(pos, map, tol);
+      const std::vector<unsigned> got = to_vector(map);
+      EXPECT_EQ(got, expected);
+      expect_roots(got);
+      EXPECT_EQ(merged, int(std::count_if(all.begin(), all.end(), [&](unsigned i) { return got[i] != i; })));
+      EXPECT_GT(merged, 300);
+      ASSERT_EQ(pos.cols(), original.cols());
+      for (unsigned i = 0; i < pos.cols(); ++i)
+        for (unsigned r = 0; r < rows; ++r) ASSERT_EQ(pos(r, i), original(r, got[i]));
+      // Surviving nodes lie farther apart than the tolerance.
+      std::vector<unsigned> roots;
+      for (unsigned i = 0; i < got.size(); ++i)
+        if (got[i] == i) roots.push_back(i);
+      for (unsigned a = 0; a < roots.size(); ++a)
+        for (unsigned b = a + 1; b < roots.size(); ++b)
+          ASSERT_GT(squared_distance(original, roots[a], roots[b]), tol * tol);
+    }
+}
+
+TEST(Merge, NodeListsFollowTheRankRule) {
+  auto g = rng(11);
+  const dense2D<double> pos = cloud_with_copies(g, 3, 900);
+  for (double tol : {0.0, 1e-8, 0.05}) {
+    std::vector<unsigned> l1, l2;
+    for (unsigned k = 0; k < 700; ++k) l1.push_back(k % 50 == 0 ? NO : unsigned(g() % 900));
+    for (unsigned k = 0; k < 500; ++k) l2.push_back(unsigned(g() % 900));
+    dense1D<unsigned, 8> nodes1(700), nodes2(500), map;
+    std::copy(l1.begin(), l1.end(), nodes1.begin());
+    std::copy(l2.begin(), l2.end(), nodes2.begin());
+    const int r = merge(pos, nodes1, nodes2, map, tol);
+    // Targets copied exactly are not merged among themselves here, so a
+    // source may have several closest targets with different roots: it
+    // must end on the root of one of them.
+    const std::vector<unsigned> got = to_vector(map), S = distinct(l1), T = distinct(l2);
+    ASSERT_EQ(got.size(), pos.cols());
+    expect_roots(got);
+    std::vector<unsigned> rank(pos.cols(), NO);
+    for (unsigned k = 0; k < T.size(); ++k) rank[T[k]] = k;
+    for (unsigned s : S) {
+      double best = tol * tol;
+      bool any = false;
+      for (unsigned c : T)
+        if (rank[c] < rank[s] && squared_distance(pos, c, s) <= best) best = squared_distance(pos, c, s), any = true;
+      bool ok = !any && got[s] == s;
+      for (unsigned c : T)
+        ok = ok || (any && rank[c] < rank[s] && squared_distance(pos, c, s) == best && got[c] == got[s]);
+      EXPECT_TRUE(ok) << "source " << s;
+    }
+    EXPECT_GT(r, 0);
+    // One list for both: each node onto the closest node listed before it.
+    EXPECT_GE(merge(pos, nodes1, map, tol), 0);
+    EXPECT_EQ(to_vector(map), rank_rule(pos, distinct(l1), distinct(l1), tol)) << tol;
+  }
+}
+
+TEST(Merge, SmallCasesAndCodes) {
+  dense2D<double> line = coordinates(2, {0, 0, 0.6, 0, 1.2, 0});
+  dense1D<unsigned, 8> map = ids({5});
+  EXPECT_EQ(merge(line, map, 1.0), 2);
+  EXPECT_EQ(to_vector(map), (std::vector<unsigned>{0, 0, 0}));
+  EXPECT_EQ(to_vector(line), (std::vector<double>{0, 0, 0, 0, 0, 0}));
+
+  // A node in both lists is never merged onto a node listed after it.
+  const dense2D<double> pos = coordinates(3, {0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9});
+  EXPECT_EQ(merge(pos, ids({2, 1, 0}), map, 0.0), 2);
+  EXPECT_EQ(to_vector(map), (std::vector<unsigned>{2, 2, 2, 3}));
+  // The list may be the output itself.
+  map = ids({3, 1, 0});
+  EXPECT_EQ(merge(pos, map, map, 0.0), 1);
+  EXPECT_EQ(to_vector(map), (std::vector<unsigned>{1, 1, 2, 3}));
+
+  const double nan = std::nan("");
+  map = ids({5});
+  EXPECT_EQ(merge(pos, ids({}), map, 1.0), 0);
+  EXPECT_TRUE(map.empty());
+  EXPECT_EQ(merge(dense2D<double>(3, 0), ids({0}), map, 1.0), 0);
+  EXPECT_EQ(merge(coordinates(1, {0, 1}), ids({0}), map, 1.0), -1);
+  EXPECT_EQ(merge(pos, ids({4}), ids({0}), map, 1.0), -2);
+  EXPECT_EQ(merge(pos, ids({0}), ids({4}), map, 1.0), -3);
+  EXPECT_EQ(merge(pos, ids({0}), map, nan), -4);
+  EXPECT_EQ(merge(pos, ids({0}), map, -1.0), -4);
+  dense2D<double> own = pos;
+  EXPECT_EQ(merge(own, nan), -3);
+  EXPECT_EQ(merge(own, map, -0.5), -3);
+  dense2D<double> bad = coordinates(1, {0});
+  EXPECT_EQ(merge(bad, 1.0), -1);
+  dense2D<unsigned> tri = connectivity(3, {0, 1, 2});
+  EXPECT_EQ(merge(pos, tri, map, nan, 0), -5);
+  EXPECT_EQ(merge(pos, tri, map, 1.0, 3), -6);
+  EXPECT_EQ(merge(pos, &tri + 1, &tri, map, 1.0, 0), -3);
+  dense2D<unsigned> wrong = connectivity(2, {0, 4});
+  EXPECT_EQ(merge(pos, tri, wrong, map, 1.0, 0), -2);
+  EXPECT_TRUE(map.empty());
+  EXPECT_EQ(to_vector(tri), (std::vector<unsigned>{0, 1, 2}));
+  EXPECT_EQ(merge(pos, &tri, &tri, map, nan, 9), 0);
+}
+
+// Pieces A (0 1 2), B (3 5 4)(5 6 4) and C (7 8 9): B's nodes 3 and 4 lie on
+// A's 1 and 2, node 6 next to 5 inside B, C's node 7 on B's 5.
+TEST(Merge, ConnectivityModes) {
+  const dense2D<double> pos =
+      coordinates(2, {0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 1, 1, 1 + 1e-9, 1, 1, 1, 3, 3, 4, 3});
+  struct expectation {
+    unsigned mode;
+    int merged;
+    std::vector<unsigned> map;
+  };
+  const expectation cases[] = {{0, 4, {0, 1, 2, 1, 2, 5, 5, 5, 8, 9}},
+                               {1, 3, {0, 1, 2, 1, 2, 5, 6, 5, 8, 9}},
+                               {2, 2, {0, 1, 2, 1, 2, 5, 6, 7, 8, 9}}};
+  for (const expectation& e : cases) {
+    SCOPED_TRACE(e.mode);
+    dense2D<unsigned> range[3] = {connectivity(3, {0, 1, 2}), strided(connectivity(3, {3, 5, 4, 5, 6, 4})),
+                                  connectivity(3, {7, 8, 9})};
+    dense1D<unsigned, 8> map;
+    EXPECT_EQ(merge(pos, range, range + 3, map, 1e-6, e.mode), e.merged);
+    EXPECT_EQ(to_vector(map), e.map);
+    std::vector<unsigned> b = {3, 5, 4, 5, 6, 4};
+    for (unsigned& v : b) v = e.map[v];
+    EXPECT_EQ(to_vector(range[1]), b);
+    EXPECT_EQ(to_vector(range[2])[0], e.map[7]);
+  }
+  // One connectivity: only mode 0 merges; two connectivities: connect1 is the first piece.
+  dense2D<unsigned> b = connectivity(3, {3, 5, 4, 5, 6, 4});
+  EXPECT_EQ(merge(pos, b, 1e-6, 1), 0);
+  EXPECT_EQ(merge(pos, b, 1e-6, 0), 1);
+  EXPECT_EQ(to_vector(b), (std::vector<unsigned>{3, 5, 4, 5, 5, 4}));
+  dense2D<unsigned> a = connectivity(3, {0, 1, 2}), c = connectivity(4, {NO, 1, 3, 4});
+  EXPECT_EQ(merge(pos, a, c, 0.0, 2), 2);
+  EXPECT_EQ(to_vector(c), (std::vector<unsigned>{NO, 1, 1, 2}));
+}
+
+TEST(Merge, MemoryFailuresLeaveEverythingAsItWas) {
+  auto g = rng(5);
+  const dense2D<double> cloud = cloud_with_copies(g, 3, 300);
+  const dense2D<unsigned> tris = random_connectivity(g, 3, 200, 300);
+  dense2D<unsigned> connect;
+  dense2D<double> pos;
+  dense1D<unsigned, 8> map;
+  auto reset = [&] {
+    connect.copy(tris);
+    pos.copy(cloud);
+  };
+  auto unchanged = [&] {
+    EXPECT_TRUE(map.empty());
+    EXPECT_EQ(to_vector(connect), to_vector(tris));
+    EXPECT_EQ(to_vector(pos), to_vector(cloud));
+  };
+  reset();
+  EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, connect, map, 1e-6, 0); }, unchanged), 3u);
+  reset();
+  EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, map, 1e-6); }, unchanged), 3u);
+  EXPECT_NE(to_vector(pos), to_vector(cloud));
+}

@@ -109,7 +109,8 @@ class boundary_linker {
       return;
     }
     crowded[first / 32] |= 1u << (first % 32);
-    // Find the earlier match: the boundary of element out_[first] linked
+    // Find the earlier match: the boundary of element out_[first] other than
+    // `first` itself (a degenerate element may hold both) that is linked
     // back to the first element and equal to it.
     const unsigned other = out_[first], owner = first / nb;
     const unsigned* ocol = base_ + std::size_t(other) * ld_;
@@ -117,7 +118,7 @@ class boundary_linker {
     unsigned c[4];
     for (unsigned j = 0; j < t.count; ++j) {
       unsigned& slot = out_[other * nb + j];
-      if (slot != owner) continue;
+      if (slot != owner || other * nb + j == first) continue;
       const unsigned kc = detail::boundary_nodes(t, ocol, j, c);
       if (detail::equal_boundaries(a, k, c, kc)) {
         slot = NO_INDEX;

@@ -60,7 +60,10 @@ int get_subdomains(dense2D<unsigned int>& connectivity, dense2D<unsigned int>& n
   dense1D<unsigned, 8> order, new_index;
   if (const int r = get_subdomains(neighbors, order, offsets)) return r;
   for (unsigned k = 0; k < n; ++k)
-    if (order[k] >= n) return -2;
+    if (order[k] >= n) {
+      offsets.clear();
+      return -2;
+    }
   detail::column_reorder reorder;
   const unsigned rows = connectivity.rows() > neighbors.rows() ? connectivity.rows() : neighbors.rows();
   if (!new_index.resize(n) || !reorder.prepare(n, rows)) {

@@ -32,6 +32,9 @@ constexpr unsigned hex_corner[8] = {0, 2, 3, 1, 4, 6, 7, 5};
 // Faces of the reference hexahedron, outward.
 constexpr unsigned hex_face[6][4] = {{0, 3, 7, 4}, {1, 5, 6, 2}, {0, 4, 5, 1}, {3, 2, 6, 7}, {0, 1, 2, 3}, {4, 7, 6, 5}};
 
+// The two wedges of a hexahedron cut through its base diagonal (0, 2).
+constexpr unsigned wedge_split[2][6] = {{0, 1, 2, 4, 5, 6}, {0, 2, 3, 4, 6, 7}};
+
 int orientation(const std::array<unsigned, 4>& corner) {
   // Corners as bit patterns: coordinates are their bits.
   int x[4][3];
@@ -133,8 +136,7 @@ dense2D<unsigned> grid_mixed_solids(unsigned nx, unsigned ny, unsigned nz, std::
             v.insert(v.end(), h, h + 8);
             break;
           case 1:
-            for (const unsigned* w : {std::array<unsigned, 6>{0, 1, 2, 4, 5, 6}.data(),
-                                      std::array<unsigned, 6>{0, 2, 3, 4, 6, 7}.data()}) {
+            for (const auto& w : wedge_split) {
               unsigned n[8] = {h[w[0]], h[w[1]], h[w[2]], h[w[3]], h[w[4]], h[w[5]], NO, NO};
               relabel(n, 2, 3, r, flip);
               v.insert(v.end(), n, n + 8);

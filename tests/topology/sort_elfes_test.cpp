@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <numeric>
-
 #include "support/support.hpp"
 
 using namespace zeb::plexa;
@@ -62,30 +59,6 @@ TEST(SortElfes, MovesAndRenumbersTheNeighbours) {
   dense2D<unsigned> none;
   EXPECT_EQ(sort_elfes(none, counts, ends, new_index), 0);
   EXPECT_TRUE(counts.empty() && ends.empty() && new_index.empty());
-}
-
-TEST(SortElfes, RandomMixedFacesAgainstAStableSort) {
-  auto g = plexa_test::rng(7);
-  const unsigned n = 300;
-  dense2D<unsigned> c = plexa_test::random_connectivity(g, 4, n, 50);
-  for (unsigned j = 0; j < n; ++j) {
-    if (g() % 3 == 0) c(3, j) = NO;
-    if (g() % 17 == 0) c(0, j) = NO;  // no node: dropped
-  }
-  const V before = to_vector(c);
-  V order;
-  for (unsigned j = 0; j < n; ++j)
-    if (c(0, j) != NO) order.push_back(j);
-  std::stable_sort(order.begin(), order.end(), [&](unsigned a, unsigned b) { return (c(3, a) != NO) > (c(3, b) != NO); });
-  dense1D<unsigned> counts, ends, new_index;
-  ASSERT_EQ(sort_elfes(c, counts, ends, new_index), 0);
-  ASSERT_EQ(c.cols(), order.size());
-  for (unsigned p = 0; p < order.size(); ++p) {
-    for (unsigned i = 0; i < 4; ++i) ASSERT_EQ(c(i, p), before[order[p] * 4 + i]);
-    EXPECT_EQ(new_index[order[p]], p);
-  }
-  EXPECT_EQ(to_vector(counts), V({4, 3}));
-  EXPECT_EQ(ends[1], order.size());
 }
 
 TEST(SortElfes, AllocationFailureLeavesTheMatricesAlone) {

@@ -90,10 +90,12 @@ TEST(UniqueIndices, RangesAndMarkersOnly) {
   dense1D<unsigned, 8> out = ids({5});
   EXPECT_EQ(unique_indices(out, ms, ms, ids({})), 0);
   EXPECT_EQ(unique_indices(out, ms + 1, ms, ids({})), -3);
+  EXPECT_EQ(unique_indices(out, nullptr, ms, ids({})), -3);
   EXPECT_EQ(unique_indices(out, ms, ms + 2, ids({})), 0);
   EXPECT_EQ(to_vector(out), std::vector<unsigned>{5});
   EXPECT_EQ(count_unique_indices(ms, ms), 0);
   EXPECT_EQ(count_unique_indices(ms + 1, ms), -2);
+  EXPECT_EQ(count_unique_indices(ms, nullptr), -2);
   EXPECT_EQ(count_unique_indices(ms, ms + 2), 0);
 }
 

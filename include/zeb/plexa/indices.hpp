@@ -59,8 +59,8 @@ PLEXA_API void change_indices(dense2D<unsigned int>& connect, const dense1D<unsi
 // moves to position perm[i] when perm[i] < v.size() and perm[i] != i;
 // positions nothing moves to keep their value, entries beyond m stay.  The
 // result is built in a deep copy that v then holds: v no longer shares its
-// storage with other views.  Returns 0 (also for an empty v), -199 when the working copy cannot be made
-// (v unchanged).
+// storage with other views.  Returns 0 (also for an empty v), -199 when the
+// working copy cannot be made (v unchanged).
 PLEXA_API int permutation(dense1D<unsigned int, 8>& v, const dense1D<unsigned int, 8>& perm);
 PLEXA_API int permutation(dense1D<double, 8>& v, const dense1D<unsigned int, 8>& perm);
 
@@ -98,13 +98,14 @@ PLEXA_API int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense2D<unsig
                              dense1D<unsigned int, 8> excluded);
 
 // The same over every matrix of [first, last) in order.  Returns 0 (also for
-// an empty range), -3 when first is after last, -199 on memory failure.
+// an empty range), -3 when first is after last or only one of them is null,
+// -199 on memory failure.
 PLEXA_API int unique_indices(dense1D<unsigned int, 8>& uIDs, const dense2D<unsigned int>* first,
                              const dense2D<unsigned int>* last, dense1D<unsigned int, 8> excluded);
 
 // Number of distinct values other than UINT_MAX in all matrices of
-// [first, last): 0 for an empty range, -2 when first is after last, -199 on
-// memory failure.
+// [first, last): 0 for an empty range, -2 when first is after last or only
+// one of them is null, -199 on memory failure.
 PLEXA_API int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsigned int>* last);
 
 // The range form on one matrix.

@@ -36,13 +36,14 @@ struct kd_view {
   unsigned right(unsigned s) const noexcept { return slots[3 * std::size_t(s) + 2]; }
 };
 
+// An empty view when the caller has changed the row count of the matrix.
 template <unsigned D>
 inline kd_view<D> make_view(const dense2D<double>& pos, const dense2D<unsigned>& table) noexcept {
   kd_view<D> v;
   v.x = pos.data();
   v.ld = pos.ld();
   v.slots = table.data();
-  v.count = table.cols();
+  v.count = pos.rows() == D ? table.cols() : 0;
   return v;
 }
 
@@ -60,16 +61,33 @@ inline std::uint64_t order_key(double v) noexcept {
   return (b & sign) ? ~b : (b | sign);
 }
 
+// A node with its coordinates, the unit of the balanced build.
 template <unsigned D>
 struct build_item {
-  std::uint64_t key[D];
+  double x[D];
   unsigned node;
 };
 
 // (coordinate on axis, node index) order.
 template <unsigned D>
 inline bool item_less(const build_item<D>& a, const build_item<D>& b, unsigned axis) noexcept {
-  return a.key[axis] < b.key[axis] || (a.key[axis] == b.key[axis] && a.node < b.node);
+  const std::uint64_t ka = order_key(a.x[axis]), kb = order_key(b.x[axis]);
+  return ka < kb || (ka == kb && a.node < b.node);
+}
+
+// The items of `nodes` (valid indices of pos) with their coordinates.
+template <unsigned D>
+bool gather_items(const dense2D<double>& pos, const unsigned* nodes, unsigned n, dense1D<build_item<D>, 8>& items) {
+  if (!items.resize(n)) return false;
+  build_item<D>* a = items.data();
+  const double* x = pos.data();
+  const std::size_t ld = pos.ld();
+  for (unsigned i = 0; i < n; ++i) {
+    const double* p = x + nodes[i] * ld;
+    for (unsigned k = 0; k < D; ++k) a[i].x[k] = p[k];
+    a[i].node = nodes[i];
+  }
+  return true;
 }
 
 // Puts the entry of rank m of a[lo, hi) in its sorted place with the smaller
@@ -141,19 +159,27 @@ bool build_tree(const dense2D<double>& pos, const unsigned* nodes, unsigned n, d
   if (!fresh.resize(3, n)) return false;
   if (n > 0) {
     dense1D<build_item<D>, 8> work;
-    if (!work.resize(n)) return false;
-    build_item<D>* a = work.data();
-    const double* x = pos.data();
-    const std::size_t ld = pos.ld();
-    for (unsigned i = 0; i < n; ++i) {
-      const double* p = x + nodes[i] * ld;
-      for (unsigned k = 0; k < D; ++k) a[i].key[k] = order_key(p[k]);
-      a[i].node = nodes[i];
-    }
-    build_range<D>(a, 0, n, 0, 0, fresh.data());
+    if (!gather_items<D>(pos, nodes, n, work)) return false;
+    build_range<D>(work.data(), 0, n, 0, 0, fresh.data());
   }
   table = static_cast<dense2D<unsigned>&&>(fresh);
   return true;
+}
+
+// The same balanced tree kept implicit: after the selections, the median of
+// every range [lo, hi) sits at lo + (hi - lo) / 2, with the left subtree in
+// [lo, m) and the right one in [m + 1, hi).  The items keep their
+// coordinates, so a walk never reads the caller's matrix; the merging core
+// uses this form.
+template <unsigned D>
+void order_implicit(build_item<D>* a, unsigned lo, unsigned hi, unsigned axis) noexcept {
+  while (hi - lo > 1) {
+    const unsigned m = lo + (hi - lo) / 2;
+    select_median(a, lo, hi, m, axis);
+    axis = next_axis(axis, D);
+    order_implicit(a, lo, m, axis);
+    lo = m + 1;
+  }
 }
 
 // Links slot `slot` (already holding `node`, no children) under the tree of
@@ -285,6 +311,44 @@ bool for_each_in_box(const kd_view<D>& tree, const double* lo, const double* hi,
     if (l != NO_INDEX && !(p[a] < lo[a]) && !stack.push_back(box_step{l, next})) return false;
   }
   return true;
+}
+
+// Walk stack entry of the implicit tree: the range of a subtree.
+struct range_step {
+  unsigned lo;
+  unsigned hi;
+  unsigned axis;
+};
+
+// for_each_in_box on the implicit tree of items[0, n): the same visiting
+// order as on the slot table built from the same nodes.
+template <unsigned D, class F>
+bool for_each_in_box(const build_item<D>* items, unsigned n, const double* lo, const double* hi,
+                     dense1D<range_step, 8>& stack, F&& f) noexcept {
+  stack.clear();
+  if (n == 0) return true;
+  range_step at{0, n, 0};
+  for (;;) {
+    const unsigned m = at.lo + (at.hi - at.lo) / 2;
+    const double* p = items[m].x;
+    bool inside = true;
+    for (unsigned k = 0; k < D; ++k) inside &= (lo[k] <= p[k]) & (p[k] <= hi[k]);
+    if (inside) f(items[m]);
+    const unsigned a = at.axis, next = next_axis(a, D);
+    const bool left = m > at.lo && !(p[a] < lo[a]);
+    const bool right = at.hi > m + 1 && !(p[a] > hi[a]);
+    if (left) {
+      // The right subtree waits on the stack; the walk goes on to the left.
+      if (right && !stack.push_back(range_step{m + 1, at.hi, next})) return false;
+      at = range_step{at.lo, m, next};
+    } else if (right) {
+      at = range_step{m + 1, at.hi, next};
+    } else {
+      if (stack.empty()) return true;
+      at = stack[stack.size() - 1];
+      stack.resize(stack.size() - 1);
+    }
+  }
 }
 
 }  // namespace detail

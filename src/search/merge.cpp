@@ -46,13 +46,20 @@ struct eligibility {
     return true;
   }
 
-  // Bound on the target ranks for a source of rank r; `piece` follows the
-  // sources, which the connectivity forms visit in rank order.
-  unsigned limit(unsigned r, unsigned& piece) const {
+  // Bound on the target ranks for a source of rank r.
+  unsigned limit(unsigned r) const {
     if (mode == 0) return r;
     if (mode == 2) return r < start[1] ? 0 : start[1];
-    while (start[piece + 1] <= r) ++piece;
-    return start[piece];
+    // The start of the last piece starting at or before r.
+    unsigned lo = 0, hi = start.size() - 1;
+    while (hi - lo > 1) {
+      const unsigned mid = lo + (hi - lo) / 2;
+      if (start[mid] <= r)
+        lo = mid;
+      else
+        hi = mid;
+    }
+    return start[lo];
   }
 };
 
@@ -64,12 +71,13 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
                const dense2D<unsigned>* first, const dense2D<unsigned>* last, unsigned mode, double tolerance,
                dense1D<unsigned, 8>& map) {
   const unsigned n = pos.cols();
-  dense2D<unsigned> table;
-  if (!detail::build_tree<D>(pos, T.data(), T.size(), table)) return -199;
+  dense1D<detail::build_item<D>, 8> tree;
+  if (!detail::gather_items<D>(pos, T.data(), T.size(), tree)) return -199;
+  detail::order_implicit<D>(tree.data(), 0, tree.size(), 0);
 
   dense1D<unsigned, 8> rank;
   dense1D<merge_record, 8> records;
-  dense1D<detail::box_step, 8> stack;
+  dense1D<detail::range_step, 8> stack;
   eligibility rule;
   rule.mode = mode;
   if (!rank.resize(n, NO_INDEX) || !map.resize(n) || !stack.reserve(64) || !records.reserve(64)) return -199;
@@ -78,14 +86,21 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   unsigned* out = map.data();
   for (unsigned i = 0; i < n; ++i) out[i] = i;
 
-  const detail::kd_view<D> tree = detail::make_view<D>(pos, table);
+  // One box query per source.  The result does not depend on the order of
+  // the sources (eligibility is by rank, the records are applied at the end),
+  // so when the sources are the targets they are taken in tree order: there
+  // consecutive queries walk neighbouring paths of the tree.
+  const bool same = S.data() == T.data() && S.size() == T.size();
+  const double* x = pos.data();
+  const std::size_t ld = pos.ld();
   const double d = tolerance, bound0 = tolerance * tolerance;
   const unsigned* rk = rank.data();
-  unsigned piece = 0;
-  for (unsigned s : S) {
-    const unsigned limit = rule.limit(rk[s], piece);
+  const detail::build_item<D>* items = tree.data();
+  for (unsigned i = 0, m = S.size(); i < m; ++i) {
+    const unsigned s = same ? items[i].node : S[i];
+    const unsigned limit = rule.limit(rk[s]);
     if (limit == 0) continue;
-    const double* p = tree.at(s);
+    const double* p = same ? items[i].x : x + s * ld;
     double lo[D], hi[D];
     for (unsigned k = 0; k < D; ++k) {
       lo[k] = p[k] - d;
@@ -93,13 +108,14 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
     }
     unsigned best = s;
     double bound = bound0;
-    const bool walked = detail::for_each_in_box(tree, lo, hi, stack, [&](unsigned c) {
-      const double q = detail::squared_distance<D>(tree.at(c), p);
-      if (q <= bound && rk[c] < limit) {
-        best = c;
-        bound = q;
-      }
-    });
+    const bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack,
+                                                    [&](const detail::build_item<D>& c) {
+                                                      const double q = detail::squared_distance<D>(c.x, p);
+                                                      if (q <= bound && rk[c.node] < limit) {
+                                                        best = c.node;
+                                                        bound = q;
+                                                      }
+                                                    });
     if (!walked) return -199;
     if (best != s && !records.push_back(merge_record{bound, s, best})) return -199;
   }

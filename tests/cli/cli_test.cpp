@@ -10,15 +10,13 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
 
 #include <zeb/plexa/indices.hpp>
 
 #include "builtin_mesh.hpp"
 #include "cli.hpp"
 #include "mesh_summary.hpp"
+#include "support/locale.hpp"
 
 namespace {
 
@@ -124,74 +122,8 @@ TEST(Cli, OutputThatCannotBeWrittenIsAFailure) {
   EXPECT_TRUE(one_line(r.err)) << r.err;
 }
 
-// Allocations made while one exists are not reported as leaks.
-struct leak_checks_off {
-#if defined(__SANITIZE_ADDRESS__)
-  leak_checks_off() { __lsan_disable(); }
-  ~leak_checks_off() { __lsan_enable(); }
-#else
-  leak_checks_off() {}
-  ~leak_checks_off() {}
-#endif
-};
-
-// Switches the C and C++ locales to one whose decimal separator is a comma,
-// and back to "C" on destruction.  Uses an installed locale when there is
-// one, else compiles one into a temporary directory; failing both, only the
-// C++ global locale is switched (a numpunct stub).
-class decimal_comma_locale {
- public:
-  decimal_comma_locale() {
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"})
-      if (std::setlocale(LC_ALL, name)) {
-        use_cxx_locale(name);
-        return;
-      }
-    char dir[] = "/tmp/plexa-locale-XXXXXX";
-    if (mkdtemp(dir)) {
-      dir_ = dir;
-      const std::string cmd = "localedef -i de_DE -f UTF-8 " + dir_ + "/de_DE.UTF-8 >/dev/null 2>&1";
-      if (std::system(cmd.c_str()) != -1) {
-        setenv("LOCPATH", dir_.c_str(), 1);
-        // glibc keeps the search path of a locale loaded through LOCPATH
-        // for the life of the process; that is not ours to free.
-        leak_checks_off off;
-        if (std::setlocale(LC_ALL, "de_DE.UTF-8")) {
-          use_cxx_locale("de_DE.UTF-8");
-          return;
-        }
-      }
-    }
-    struct comma : std::numpunct<char> {
-      char do_decimal_point() const override { return ','; }
-      char do_thousands_sep() const override { return '.'; }
-      std::string do_grouping() const override { return "\3"; }
-    };
-    std::locale::global(std::locale(std::locale::classic(), new comma));
-  }
-  ~decimal_comma_locale() {
-    leak_checks_off off;
-    unsetenv("LOCPATH");
-    std::setlocale(LC_ALL, "C");
-    std::locale::global(std::locale::classic());
-    if (!dir_.empty()) std::system(("rm -rf " + dir_).c_str());
-  }
-  bool c_locale_switched() const { return c_switched_; }
-
- private:
-  void use_cxx_locale(const char* name) {
-    c_switched_ = true;
-    try {
-      std::locale::global(std::locale(name));
-    } catch (const std::runtime_error&) {
-    }
-  }
-  std::string dir_;
-  bool c_switched_ = false;
-};
-
 TEST(Cli, OutputDoesNotDependOnTheLocale) {
-  decimal_comma_locale comma;
+  plexa_test::decimal_comma_locale comma;
   if (comma.c_locale_switched()) {
     char probe[16];
     std::snprintf(probe, sizeof probe, "%.1f", 0.5);

@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "search/kd_tree.hpp"
 #include "search/point_cloud.hpp"
 
 using namespace zeb::plexa;
@@ -206,4 +207,28 @@ TEST(Merge, MemoryFailuresLeaveEverythingAsItWas) {
   reset();
   EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, map, 1e-6); }, unchanged), 3u);
   EXPECT_NE(to_vector(pos), to_vector(cloud));
+}
+
+// The merging core walks an implicit copy of the detector's balanced tree:
+// both visit the nodes of a box in the same order (the tie rule depends on it).
+TEST(Merge, ImplicitTreeVisitsLikeTheDetector) {
+  auto g = rng(21);
+  const dense2D<double> pos = cloud_with_copies(g, 3, 700);
+  dense1D<unsigned, 8> nodes(500);
+  for (unsigned k = 0; k < 500; ++k) nodes[k] = (k * 7) % 700;
+  zeb::plexa::node_detector d(pos, nodes);
+  dense1D<zeb::plexa::detail::build_item<3>, 8> items;
+  ASSERT_TRUE(zeb::plexa::detail::gather_items<3>(pos, nodes.data(), 500, items));
+  zeb::plexa::detail::order_implicit<3>(items.data(), 0, 500, 0);
+  dense1D<zeb::plexa::detail::range_step, 8> stack;
+  for (double half : {0.05, 0.3, 2.0}) {
+    const double lo[3] = {0.5 - half, 0.4 - half, 0.6 - half}, hi[3] = {0.5 + half, 0.4 + half, 0.6 + half};
+    std::vector<unsigned> implicit_order;
+    zeb::plexa::detail::for_each_in_box<3>(items.data(), 500, lo, hi, stack,
+                                           [&](const auto& item) { implicit_order.push_back(item.node); });
+    dense1D<unsigned, 8> found;
+    d.find_in_box(zeb::vector_fixed<double, 3>(lo[0], lo[1], lo[2]), zeb::vector_fixed<double, 3>(hi[0], hi[1], hi[2]),
+                  found);
+    EXPECT_EQ(implicit_order, to_vector(found));
+  }
 }

@@ -1,0 +1,79 @@
+#include "io/block_expansion.hpp"
+
+#include <climits>
+#include <cstdint>
+
+#include <zeb/plexa/topology.hpp>
+
+#include "core/element_model.hpp"
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+namespace {
+
+bool is_mixed(int type) noexcept { return type == ELT_FACE_MIX || type == ELT_SOLID_MIX; }
+
+}  // namespace
+
+void block_expansion::clear() noexcept {
+  for (vector_num<unsigned, 8>* s : held_) s->release();
+  held_.clear_hard();
+  blocks_.clear_hard();
+}
+
+int block_expansion::expand(const dense2D<unsigned>* first, const dense2D<unsigned>* last,
+                            const int* types) noexcept {
+  clear();
+  const unsigned count = unsigned(last - first);
+
+  // Room for every simple block up front: a mixed block gives at most one
+  // group per node count (eight).  Nothing is appended beyond it, so no
+  // append can fail.
+  std::uint64_t mixed = 0, simple = 0;
+  for (unsigned i = 0; i < count; ++i) {
+    if (first[i].empty()) continue;
+    if (is_mixed(types[i])) ++mixed;
+    else ++simple;
+  }
+  if (simple + 8 * mixed > UINT32_MAX || !held_.reserve(unsigned(mixed)) ||
+      !blocks_.reserve(unsigned(simple + 8 * mixed))) {
+    clear();
+    return -199;
+  }
+
+  dense1D<unsigned, 8> node_counts, group_ends, new_index;
+  for (unsigned i = 0; i < count; ++i) {
+    const dense2D<unsigned>& block = first[i];
+    if (block.empty()) continue;
+    const element_type type = element_type(types[i]);
+    if (!is_mixed(type)) {
+      blocks_.push_back({block.storage(), block.start(), block.rows(), block.cols(), block.ld(), type, i});
+      continue;
+    }
+    dense2D<unsigned> grouped;
+    if (!grouped.copy(block) || sort_elfes(grouped, node_counts, group_ends, new_index) != 0) {
+      clear();
+      return -199;
+    }
+    if (grouped.empty()) continue;
+    vector_num<unsigned, 8>* storage = grouped.storage();
+    storage->add_ref();
+    held_.push_back(storage);
+    unsigned begin = 0;
+    for (unsigned g = 0; g < node_counts.size(); ++g) {
+      const unsigned end = group_ends[g];
+      const element_type member = mixed_member(type, node_counts[g]);
+      if (member != ELT_NONE)
+        blocks_.push_back(
+            {storage, grouped.start() + begin * grouped.ld(), node_counts[g], end - begin, grouped.ld(), member, i});
+      begin = end;
+    }
+  }
+  return 0;
+}
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

@@ -1,0 +1,271 @@
+// "%E" and "%d" without stdio.
+//
+// A finite non-zero double is v = m * 2^q.  Its "%E" text is the integer
+// n = round(v * 10^(6 - e)) in [10^6, 10^7), with e = floor(log10 v), written
+// as "d.dddddd" and the exponent e; rounding is to nearest, ties to even, as
+// in the C library's default rounding mode.  The product v * 10^s is
+// formed from a 128-bit significand of 10^s (a table) and the 64-bit
+// normalised significand of v: 192 bits, exact for 0 <= s <= 55, otherwise
+// low by less than one unit of its second word.  That error can only matter
+// when the fraction lies within it of one half; those cases (exact ties at
+// large magnitudes, in practice) are decided again with exact big-integer
+// arithmetic.
+#include "io/number_format.hpp"
+
+#include <bit>
+#include <cassert>
+#include <cstdint>
+#include <cstring>
+
+#include "io/pow10_table.hpp"
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+namespace {
+
+using u32 = std::uint32_t;
+using u64 = std::uint64_t;
+__extension__ typedef unsigned __int128 u128;
+
+constexpr char digit_pairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+constexpr u32 TEN_POW_6 = 1000000;
+constexpr u32 TEN_POW_7 = 10000000;
+
+// floor(b * log10(2)), exact for -1140 <= b <= 1030 (checked against exact
+// rational arithmetic); the doubles need -1074 <= b <= 1023.
+constexpr int floor_log10_pow2(int b) noexcept { return (b * 78913) >> 18; }
+
+// Unsigned big integer, little-endian 32-bit limbs, large enough for
+// 2^64 * 10^330 and for 2^1024 (the largest operands of exact_round).
+class big_uint {
+ public:
+  explicit big_uint(u64 v) noexcept {
+    limb_[0] = u32(v);
+    limb_[1] = u32(v >> 32);
+    size_ = limb_[1] ? 2 : 1;
+  }
+
+  void multiply(u32 factor) noexcept {
+    u64 carry = 0;
+    for (unsigned i = 0; i < size_; ++i) {
+      const u64 t = u64(limb_[i]) * factor + carry;
+      limb_[i] = u32(t);
+      carry = t >> 32;
+    }
+    if (carry) push(u32(carry));
+  }
+
+  void multiply_pow10(unsigned n) noexcept {
+    for (; n >= 9; n -= 9) multiply(1000000000u);
+    static constexpr u32 small[9] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+    if (n) multiply(small[n]);
+  }
+
+  void shift_left(unsigned bits) noexcept {
+    const unsigned words = bits / 32, rest = bits % 32;
+    if (rest) {
+      u32 carry = 0;
+      for (unsigned i = 0; i < size_; ++i) {
+        const u32 next = limb_[i] >> (32 - rest);
+        limb_[i] = (limb_[i] << rest) | carry;
+        carry = next;
+      }
+      if (carry) push(carry);
+    }
+    if (words) {
+      assert(size_ + words <= LIMBS);
+      for (unsigned i = size_; i-- > 0;) limb_[i + words] = limb_[i];
+      for (unsigned i = 0; i < words; ++i) limb_[i] = 0;
+      size_ += words;
+    }
+  }
+
+  int compare(const big_uint& other) const noexcept {
+    if (size_ != other.size_) return size_ < other.size_ ? -1 : 1;
+    for (unsigned i = size_; i-- > 0;)
+      if (limb_[i] != other.limb_[i]) return limb_[i] < other.limb_[i] ? -1 : 1;
+    return 0;
+  }
+
+  // this -= other; requires this >= other.
+  void subtract(const big_uint& other) noexcept {
+    u64 borrow = 0;
+    for (unsigned i = 0; i < size_; ++i) {
+      const u64 t = u64(limb_[i]) - (i < other.size_ ? other.limb_[i] : 0) - borrow;
+      limb_[i] = u32(t);
+      borrow = (t >> 32) & 1;
+    }
+    assert(borrow == 0);
+    while (size_ > 1 && limb_[size_ - 1] == 0) --size_;
+  }
+
+ private:
+  static constexpr unsigned LIMBS = 40;
+
+  void push(u32 v) noexcept {
+    assert(size_ < LIMBS);
+    limb_[size_++] = v;
+  }
+
+  u32 limb_[LIMBS];
+  unsigned size_;
+};
+
+// round(m * 2^q * 10^s), ties to even, by exact arithmetic; the result must
+// be below 2^25.
+u32 exact_round(u64 m, int q, int s) noexcept {
+  big_uint num(m), den(1);
+  if (q > 0) num.shift_left(unsigned(q));
+  else den.shift_left(unsigned(-q));
+  if (s > 0) num.multiply_pow10(unsigned(s));
+  else den.multiply_pow10(unsigned(-s));
+
+  u32 n = 0;
+  for (int bit = 24; bit >= 0; --bit) {
+    big_uint step = den;
+    step.shift_left(unsigned(bit));
+    if (num.compare(step) >= 0) {
+      num.subtract(step);
+      n |= u32(1) << bit;
+    }
+  }
+  num.shift_left(1);  // twice the remainder against the divisor
+  const int c = num.compare(den);
+  return n + ((c > 0 || (c == 0 && (n & 1))) ? 1 : 0);
+}
+
+// Rounds v * 10^s for v = m * 2^q, m normalised to [2^63, 2^64).  Returns
+// false when floor(v * 10^s) is 10^7 or more (the decimal exponent guess was
+// one too low); otherwise n is the rounded value, at most 10^7.
+bool round_scaled(u64 m, int q, int s, bool force_exact, u32& n) noexcept {
+  assert(s >= POW10_MIN && s <= POW10_MAX);
+  const pow10_entry& p = pow10_table[s - POW10_MIN];
+  const u128 low = u128(m) * p.lo;
+  const u128 high = u128(m) * p.hi;
+  const u64 w0 = u64(low);
+  const u128 middle = (low >> 64) + u64(high);
+  const u64 w1 = u64(middle);
+  const u64 w2 = u64(high >> 64) + u64(middle >> 64);
+
+  // The product is (w2, w1, w0) * 2^-(128 + r); r fractional bits stand in w2.
+  const int r = -(q + p.exp2) - 128;
+  assert(r >= 36 && r <= 44);
+  const u64 whole = w2 >> r;
+  if (whole >= TEN_POW_7) return false;
+  const u64 fraction = w2 & ((u64(1) << r) - 1);
+  const u64 half = u64(1) << (r - 1);
+
+  bool up;
+  if (force_exact) {
+    n = exact_round(m, q, s);
+    return true;
+  }
+  if (s >= 0 && s <= 55) {
+    // 10^s is exact in 128 bits: so is the product.
+    if (fraction != half) up = fraction > half;
+    else up = (w1 | w0) != 0 || (whole & 1);
+  } else if (fraction >= half) {
+    up = true;  // the true product is larger still
+  } else if (fraction != half - 1 || w1 != ~u64(0)) {
+    up = false;  // below one half by more than the error
+  } else {
+    n = exact_round(m, q, s);
+    return true;
+  }
+  n = u32(whole) + (up ? 1 : 0);
+  return true;
+}
+
+unsigned decimal_digits(u32 u) noexcept {
+  if (u < 100000) return u < 10 ? 1 : u < 100 ? 2 : u < 1000 ? 3 : u < 10000 ? 4 : 5;
+  return u < 1000000 ? 6 : u < 10000000 ? 7 : u < 100000000 ? 8 : u < 1000000000 ? 9 : 10;
+}
+
+char* write_exponent(double value, char* out, bool force_exact) noexcept {
+  u64 bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  if (bits >> 63) *out++ = '-';
+  const unsigned biased = unsigned(bits >> 52) & 0x7FF;
+  u64 m = bits & ((u64(1) << 52) - 1);
+  if (biased == 0x7FF) {
+    std::memcpy(out, m ? "NAN" : "INF", 3);
+    return out + 3;
+  }
+  if (biased == 0 && m == 0) {
+    std::memcpy(out, "0.000000E+00", 12);
+    return out + 12;
+  }
+  int q = -1074;
+  if (biased != 0) {
+    m |= u64(1) << 52;
+    q = int(biased) - 1075;
+  }
+  const int shift = std::countl_zero(m);
+  m <<= shift;
+  q -= shift;
+  // 2^b <= v < 2^(b+1), so the decimal exponent is k or k + 1.
+  const int b = 63 + q;
+  int k = floor_log10_pow2(b);
+  u32 n;
+  if (!round_scaled(m, q, 6 - k, force_exact, n)) {
+    ++k;
+    const bool fits = round_scaled(m, q, 6 - k, force_exact, n);
+    assert(fits);
+    (void)fits;
+  }
+  if (n == TEN_POW_7) {
+    n = TEN_POW_6;
+    ++k;
+  }
+
+  const u32 lead = n / TEN_POW_6, rest = n % TEN_POW_6;
+  out[0] = char('0' + lead);
+  out[1] = '.';
+  std::memcpy(out + 2, digit_pairs + 2 * (rest / 10000), 2);
+  std::memcpy(out + 4, digit_pairs + 2 * (rest / 100 % 100), 2);
+  std::memcpy(out + 6, digit_pairs + 2 * (rest % 100), 2);
+  out[8] = 'E';
+  out[9] = k < 0 ? '-' : '+';
+  const unsigned e = unsigned(k < 0 ? -k : k);
+  if (e < 100) {
+    std::memcpy(out + 10, digit_pairs + 2 * e, 2);
+    return out + 12;
+  }
+  out[10] = char('0' + e / 100);
+  std::memcpy(out + 11, digit_pairs + 2 * (e % 100), 2);
+  return out + 13;
+}
+
+}  // namespace
+
+char* format_exponent(double value, char* out) noexcept { return write_exponent(value, out, false); }
+
+char* format_exponent_exact(double value, char* out) noexcept { return write_exponent(value, out, true); }
+
+char* format_int(int value, char* out) noexcept {
+  u32 u = u32(value);
+  if (value < 0) {
+    *out++ = '-';
+    u = 0u - u;
+  }
+  const unsigned digits = decimal_digits(u);
+  char* p = out + digits;
+  while (u >= 100) {
+    p -= 2;
+    std::memcpy(p, digit_pairs + 2 * (u % 100), 2);
+    u /= 100;
+  }
+  if (u >= 10) std::memcpy(p - 2, digit_pairs + 2 * u, 2);
+  else p[-1] = char('0' + u);
+  return out + digits;
+}
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

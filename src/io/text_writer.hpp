@@ -1,0 +1,82 @@
+// Buffered text output over a C stream for the file writers.  Numbers are
+// formatted by number_format (the bytes of "%E" and "%d" in the C locale,
+// whatever the caller's locale) into a buffer on the writer itself, which
+// goes to the stream in large blocks.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "io/number_format.hpp"
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+class text_writer {
+ public:
+  // Writes to `file`, which stays open and owned by the caller.
+  explicit text_writer(std::FILE* file) noexcept : file_(file) {}
+  text_writer(const text_writer&) = delete;
+  text_writer& operator=(const text_writer&) = delete;
+  // Hands what is still buffered to the stream.
+  ~text_writer() { flush(); }
+
+  void put(char c) noexcept {
+    make_room(1);
+    buffer_[used_++] = c;
+  }
+  // A NUL-terminated text.
+  void put(const char* text) noexcept { put(text, std::strlen(text)); }
+  void put(const char* text, std::size_t n) noexcept {
+    if (n > CAPACITY - used_) {
+      flush();
+      if (n > CAPACITY) {
+        write(text, n);
+        return;
+      }
+    }
+    std::memcpy(buffer_ + used_, text, n);
+    used_ += n;
+  }
+  // `value` as "%E" writes it.
+  void put_exponent(double value) noexcept {
+    make_room(EXPONENT_TEXT_MAX);
+    used_ = std::size_t(format_exponent(value, buffer_ + used_) - buffer_);
+  }
+  // `value` as "%d" writes it.
+  void put_int(int value) noexcept {
+    make_room(INT_TEXT_MAX);
+    used_ = std::size_t(format_int(value, buffer_ + used_) - buffer_);
+  }
+  // `value` as "%d" writes an unsigned argument: the bits read as an int.
+  void put_int(unsigned value) noexcept { put_int(static_cast<int>(value)); }
+
+  // Hands the buffered bytes to the stream.
+  void flush() noexcept {
+    write(buffer_, used_);
+    used_ = 0;
+  }
+  // False once the stream has refused bytes.
+  bool good() const noexcept { return good_; }
+
+ private:
+  static constexpr std::size_t CAPACITY = 32768;
+
+  void make_room(std::size_t n) noexcept {
+    if (n > CAPACITY - used_) flush();
+  }
+  void write(const char* bytes, std::size_t n) noexcept {
+    if (n != 0 && std::fwrite(bytes, 1, n, file_) != n) good_ = false;
+  }
+
+  std::FILE* file_;
+  std::size_t used_ = 0;
+  bool good_ = true;
+  char buffer_[CAPACITY];
+};
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

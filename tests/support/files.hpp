@@ -1,0 +1,29 @@
+// Scratch files for tests of the file writers.
+#pragma once
+
+#include <string>
+
+namespace plexa_test {
+
+// A fresh directory under /tmp, removed with its contents on destruction.
+class scratch_dir {
+ public:
+  scratch_dir();
+  ~scratch_dir();
+  scratch_dir(const scratch_dir&) = delete;
+  scratch_dir& operator=(const scratch_dir&) = delete;
+
+  const std::string& path() const { return path_; }
+  // path() + "/" + name.
+  std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+// The bytes of a file; `exists` is set to false (and "" returned) when it
+// cannot be opened.
+std::string read_file(const std::string& path, bool* exists = nullptr);
+bool file_exists(const std::string& path);
+
+}  // namespace plexa_test

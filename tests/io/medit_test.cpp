@@ -19,15 +19,7 @@
 namespace {
 
 using namespace zeb::plexa;
-using plexa_test::connectivity;
-using plexa_test::coordinates;
-using plexa_test::file_exists;
-using plexa_test::ids;
-using plexa_test::NO;
-using plexa_test::read_file;
-using plexa_test::scratch_dir;
-using zeb::dense1D;
-using zeb::dense2D;
+using namespace plexa_test;
 
 std::string header(int dim) {
   return "MeshVersionFormatted 1\nDimension " + std::to_string(dim) +
@@ -83,12 +75,12 @@ TEST(MeditOutput, SmallMeshesWriteExactly) {
   EXPECT_EQ(outcome(medit_output(p, pos, blocks, blocks + 5, types), path), expected);
 
   // The same through strided views, with a comma for decimal separator.
-  dense2D<unsigned> strided[5];
-  for (unsigned k = 0; k < 5; ++k) strided[k] = plexa_test::strided(blocks[k]);
+  dense2D<unsigned> padded[5];
+  for (unsigned k = 0; k < 5; ++k) padded[k] = strided(blocks[k]);
   {
-    plexa_test::decimal_comma_locale comma;
-    ASSERT_EQ(medit_output(p, plexa_test::strided(pos), strided, strided + 5, types), 0);
-    ASSERT_EQ(medit_scalar(sol.c_str(), 3, plexa_test::reals({1.0, 0.5})), 0);
+    decimal_comma_locale comma;
+    ASSERT_EQ(medit_output(p, strided(pos), padded, padded + 5, types), 0);
+    ASSERT_EQ(medit_scalar(sol.c_str(), 3, reals({1.0, 0.5})), 0);
   }
   EXPECT_EQ(read_file(path), expected);
   EXPECT_EQ(read_file(sol), "3 1 2 2\n1.000000E+00 5.000000E-01 \n");
@@ -132,7 +124,7 @@ TEST(MeditOutput, ElementSectionsInTypeOrder) {
       // Mixed solids through a strided view: tetrahedron, hexahedron,
       // tetrahedron, pyramid, wedge.
       {dense2D<double>(3, 8, 0.0),
-       {plexa_test::strided(connectivity(8, {0, 1, 3, 4, NO, NO, NO, NO, 0, 1, 2, 3, 4, 5, 6, 7, 1, 2, 3, 6, NO, NO,
+       {strided(connectivity(8, {0, 1, 3, 4, NO, NO, NO, NO, 0, 1, 2, 3, 4, 5, 6, 7, 1, 2, 3, 6, NO, NO,
                                              NO, NO, 0, 1, 2, 3, 6, NO, NO, NO, 0, 1, 3, 4, 5, 7, NO, NO}))},
        {ELT_SOLID_MIX},
        "Tetrahedra\n2\n1 2 4 5 0\n2 3 4 7 0\n\n"
@@ -160,13 +152,13 @@ TEST(MeditOutput, ElementSectionsInTypeOrder) {
   };
   for (const auto& c : cases) {
     std::vector<std::vector<unsigned>> before;
-    for (const auto& b : c.blocks) before.push_back(plexa_test::to_vector(b));
+    for (const auto& b : c.blocks) before.push_back(to_vector(b));
     const std::string text = outcome(
         medit_output(path.c_str(), c.pos, c.blocks.data(), c.blocks.data() + c.blocks.size(), type_list(c.types)),
         path);
     EXPECT_EQ(text.substr(0, header(c.pos.rows()).size()), header(c.pos.rows()));
     EXPECT_EQ(elements_of(text), c.elements);
-    for (std::size_t k = 0; k < before.size(); ++k) EXPECT_EQ(plexa_test::to_vector(c.blocks[k]), before[k]);
+    for (std::size_t k = 0; k < before.size(); ++k) EXPECT_EQ(to_vector(c.blocks[k]), before[k]);
   }
 }
 
@@ -176,7 +168,7 @@ TEST(MeditOutput, ColoursBecomeReferences) {
   const char* p = path.c_str();
   const dense2D<double> pos = six_nodes();
   const dense2D<unsigned> tria = connectivity(3, {0, 1, 2, 3, 4, 5, 1, 2, 3, 0, 4, 5});
-  const dense2D<unsigned> faces = plexa_test::strided(connectivity(4, {0, 1, 2, NO, 0, 1, 2, 3, 3, 4, 5, NO}));
+  const dense2D<unsigned> faces = strided(connectivity(4, {0, 1, 2, NO, 0, 1, 2, 3, 3, 4, 5, NO}));
   EXPECT_EQ(outcome(medit_output(p, pos, tria, ELT_TRIA3, ids({5, 0, NO, 5})), path),
             header(3) + six_vertices + "Triangles\n3\n4 5 6 0\n1 2 3 5\n1 5 6 5\n\nEnd\n");
   // Mixed faces: each colour's block is split by kind.
@@ -190,7 +182,7 @@ TEST(MeditOutput, ColoursBecomeReferences) {
   std::remove(p);
   int last = -6;
   const dense1D<unsigned, 8> colours = ids({1, 1, 0});
-  const unsigned failures = plexa_test::for_each_allocation_failure(
+  const unsigned failures = for_each_allocation_failure(
       [&] {
         const int r = medit_output(p, pos, faces, ELT_FACE_MIX, colours);
         if (r != -6 && r != -199) return r;
@@ -266,21 +258,21 @@ TEST(MeditSolution, WritesExactly) {
             "0.000000E+00 1.000000E+00 2.000000E+00 3.000000E+00 4.000000E+00 5.000000E+00 6.000000E+00 7.000000E+00 \n"
             "8.000000E+00 9.000000E+00 1.000000E+01 1.100000E+01 1.200000E+01 1.300000E+01 1.400000E+01 1.500000E+01 \n"
             "\n");
-  EXPECT_EQ(outcome(medit_scalar(p, 7, plexa_test::reals({-1.5, 2e-300, DBL_MAX})), path),
+  EXPECT_EQ(outcome(medit_scalar(p, 7, reals({-1.5, 2e-300, DBL_MAX})), path),
             "7 1 3 2\n-1.500000E+00 2.000000E-300 1.797693E+308 \n");
   EXPECT_EQ(outcome(medit_scalar(p, 2, dense1D<double, 8>()), path), "2 1 0 2\n\n");
-  EXPECT_EQ(outcome(medit_vector(p, 3, plexa_test::strided(coordinates(2, {1, -2, 0.25, 1e10}))), path),
+  EXPECT_EQ(outcome(medit_vector(p, 3, strided(coordinates(2, {1, -2, 0.25, 1e10}))), path),
             "3 2 2 2\n1.000000E+00 -2.000000E+00 \n2.500000E-01 1.000000E+10 \n");
   EXPECT_EQ(outcome(medit_tensor(p, coordinates(3, {4, 0.5, 1})), path),
             "2 3 1 2\n4.000000E+00 5.000000E-01 1.000000E+00 \n");
-  EXPECT_EQ(outcome(medit_tensor(p, plexa_test::strided(coordinates(6, {1, 2, 3, 4, 5, 6}))), path),
+  EXPECT_EQ(outcome(medit_tensor(p, strided(coordinates(6, {1, 2, 3, 4, 5, 6}))), path),
             "3 6 1 2\n1.000000E+00 2.000000E+00 3.000000E+00 4.000000E+00 5.000000E+00 6.000000E+00 \n");
 
   const char* missing = "/nonexistent-plexa-dir/f.sol";
-  EXPECT_EQ(medit_scalar(missing, 3, plexa_test::reals({1})), -1);
+  EXPECT_EQ(medit_scalar(missing, 3, reals({1})), -1);
   EXPECT_EQ(medit_vector(missing, 3, coordinates(3, {1, 2, 3})), -1);
   EXPECT_EQ(medit_tensor(missing, coordinates(4, {1, 2, 3, 4})), -1);  // -1 before -2
-  EXPECT_EQ(medit_scalar(nullptr, 3, plexa_test::reals({1})), -1);
+  EXPECT_EQ(medit_scalar(nullptr, 3, reals({1})), -1);
   // A tensor field of the wrong height leaves an empty file behind.
   bool exists = false;
   EXPECT_EQ(medit_tensor(tensor.c_str(), coordinates(4, {1, 2, 3, 4})), -2);

@@ -82,44 +82,35 @@ std::vector<double> exact_ties(std::mt19937_64& g, unsigned per_scale) {
   return ties;
 }
 
-// Decimal texts of 8 significant digits ending in 5: their nearest doubles
-// lie within one rounding error of a tie, at every decimal exponent.
-void near_ties(std::mt19937_64& g, unsigned count, oracle& o) {
-  std::uniform_int_distribution<int> digits(1000000, 9999999), exponent(-323, 307);
-  for (unsigned i = 0; i < count; ++i) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%d5e%d", digits(g), exponent(g) - 7);
-    o.check_with_neighbours(std::strtod(text, nullptr));
-  }
-}
-
-void extremes(oracle& o) {
-  for (double v : std::vector<double>{0.0, 1.0, 0.1, 1e308, INFINITY, DBL_MAX, DBL_MIN, DBL_TRUE_MIN})
+// Checks `format` on the extremes of the double range, then on values drawn
+// from one generator: exact ties and their neighbours; decimal texts of 8
+// significant digits ending in 5, whose nearest doubles lie within one
+// rounding error of a tie, at every decimal exponent; coordinates as meshes
+// have them (a few units around the origin at every scale); random bits.
+void prove(formatter format, std::uint64_t seed, unsigned ties, unsigned near, unsigned long mesh,
+           unsigned long bits) {
+  oracle o{format};
+  char text[40];
+  for (double v : {0.0, 1.0, 0.1, 1e308, double(INFINITY), DBL_MAX, DBL_MIN, DBL_TRUE_MIN})
     o.check_with_neighbours(v), o.check_with_neighbours(-v);
-  o.check(std::nan(""));
-  o.check(-std::nan(""));
-  o.check(from_bits(0x7FF0000000000001ull));  // signalling pattern
-  o.check(from_bits(0xFFFFFFFFFFFFFFFFull));
+  // Quiet NaNs of both signs, a signalling pattern, all bits set.
+  for (std::uint64_t b : {0x7FF8000000000000ull, 0xFFF8000000000000ull, 0x7FF0000000000001ull, ~0ull})
+    o.check(from_bits(b));
   for (int e = -1074; e <= 1023; ++e) o.check_with_neighbours(std::ldexp(1.0, e));
   for (int e = -323; e <= 308; ++e) {
-    char text[16];
     std::snprintf(text, sizeof text, "1e%d", e);
     o.check_with_neighbours(std::strtod(text, nullptr));
     std::snprintf(text, sizeof text, "9.9999995e%d", e);  // next to a round-up into the next decade
     o.check_with_neighbours(std::strtod(text, nullptr));
   }
-}
 
-// The extremes, then from one generator: exact ties and their neighbours,
-// near ties, coordinates as meshes have them (a few units around the origin
-// at every scale) and random bit patterns.
-void prove(formatter format, std::uint64_t seed, unsigned ties, unsigned near, unsigned long mesh,
-           unsigned long bits) {
   auto g = plexa_test::rng(seed);
-  oracle o{format};
-  extremes(o);
   for (double t : exact_ties(g, ties)) o.check_with_neighbours(t);
-  near_ties(g, near, o);
+  std::uniform_int_distribution<int> digits(1000000, 9999999), exponent(-323, 307);
+  for (unsigned i = 0; i < near; ++i) {
+    std::snprintf(text, sizeof text, "%d5e%d", digits(g), exponent(g) - 7);
+    o.check_with_neighbours(std::strtod(text, nullptr));
+  }
   std::uniform_real_distribution<double> unit(-1.0, 1.0);
   std::uniform_int_distribution<int> scale(-8, 8);
   for (unsigned long i = 0; i < mesh; ++i) o.check(unit(g) * std::pow(10.0, scale(g)));

@@ -43,7 +43,7 @@ testing::AssertionResult follows_rank_rule(const dense2D<double>& pos, const std
 
 }  // namespace
 
-TEST(Merge, SelfMergeFollowsTheRankRule) {
+TEST(Merge, SelfMergeAndNodeListsFollowTheRankRule) {
   for (unsigned rows : {2u, 3u})
     for (double tol : {0.0, 1e-8, 0.03}) {
       SCOPED_TRACE(testing::Message() << rows << "-D, tolerance " << tol);
@@ -62,23 +62,17 @@ TEST(Merge, SelfMergeFollowsTheRankRule) {
       ASSERT_EQ(pos.cols(), original.cols());
       for (unsigned i = 0; i < pos.cols(); ++i)
         for (unsigned r = 0; r < rows; ++r) ASSERT_EQ(pos(r, i), original(r, got[i]));
+      // Node lists: sources onto targets, then one list for both (each node
+      // onto the closest node listed before it).
+      dense1D<unsigned, 8> nodes1(700), nodes2(500);
+      for (unsigned k = 0; k < 700; ++k) nodes1[k] = k % 50 == 0 ? NO : unsigned(g() % 1200);
+      for (unsigned k = 0; k < 500; ++k) nodes2[k] = unsigned(g() % 1200);
+      const auto l1 = distinct(to_vector(nodes1)), l2 = distinct(to_vector(nodes2));
+      EXPECT_GT(merge(original, nodes1, nodes2, map, tol), 0);
+      EXPECT_TRUE(follows_rank_rule(original, l1, l2, tol, to_vector(map)));
+      EXPECT_GE(merge(original, nodes1, map, tol), 0);
+      EXPECT_TRUE(follows_rank_rule(original, l1, l1, tol, to_vector(map)));
     }
-}
-
-TEST(Merge, NodeListsFollowTheRankRule) {
-  auto g = rng(11);
-  const dense2D<double> pos = cloud_with_copies(g, 3, 900);
-  for (double tol : {0.0, 1e-8, 0.05}) {
-    dense1D<unsigned, 8> nodes1(700), nodes2(500), map;
-    for (unsigned k = 0; k < 700; ++k) nodes1[k] = k % 50 == 0 ? NO : unsigned(g() % 900);
-    for (unsigned k = 0; k < 500; ++k) nodes2[k] = unsigned(g() % 900);
-    const auto l1 = distinct(to_vector(nodes1)), l2 = distinct(to_vector(nodes2));
-    EXPECT_GT(merge(pos, nodes1, nodes2, map, tol), 0);
-    EXPECT_TRUE(follows_rank_rule(pos, l1, l2, tol, to_vector(map))) << tol;
-    // One list for both: each node onto the closest node listed before it.
-    EXPECT_GE(merge(pos, nodes1, map, tol), 0);
-    EXPECT_TRUE(follows_rank_rule(pos, l1, l1, tol, to_vector(map))) << tol;
-  }
 }
 
 TEST(Merge, SmallCasesAndCodes) {
@@ -125,25 +119,19 @@ TEST(Merge, SmallCasesAndCodes) {
 TEST(Merge, ConnectivityModes) {
   const dense2D<double> pos =
       coordinates(2, {0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 1, 1, 1 + 1e-9, 1, 1, 1, 3, 3, 4, 3});
-  struct expectation {
-    unsigned mode;
-    int merged;
-    std::vector<unsigned> map;
-  };
-  const expectation cases[] = {{0, 4, {0, 1, 2, 1, 2, 5, 5, 5, 8, 9}},
-                               {1, 3, {0, 1, 2, 1, 2, 5, 6, 5, 8, 9}},
-                               {2, 2, {0, 1, 2, 1, 2, 5, 6, 7, 8, 9}}};
-  for (const expectation& e : cases) {
+  const struct { unsigned mode; int merged; std::vector<unsigned> map; } cases[] = {
+      {0, 4, {0, 1, 2, 1, 2, 5, 5, 5, 8, 9}}, {1, 3, {0, 1, 2, 1, 2, 5, 6, 5, 8, 9}},
+      {2, 2, {0, 1, 2, 1, 2, 5, 6, 7, 8, 9}}};
+  for (const auto& e : cases) {
     SCOPED_TRACE(e.mode);
     dense2D<unsigned> range[3] = {connectivity(3, {0, 1, 2}), strided(connectivity(3, {3, 5, 4, 5, 6, 4})),
                                   connectivity(3, {7, 8, 9})};
     dense1D<unsigned, 8> map;
     EXPECT_EQ(merge(pos, range, range + 3, map, 1e-6, e.mode), e.merged);
     EXPECT_EQ(to_vector(map), e.map);
-    std::vector<unsigned> b = {3, 5, 4, 5, 6, 4};
-    for (unsigned& v : b) v = e.map[v];
-    EXPECT_EQ(to_vector(range[1]), b);
-    EXPECT_EQ(to_vector(range[2])[0], e.map[7]);
+    const auto m = [&](unsigned v) { return e.map[v]; };
+    EXPECT_EQ(to_vector(range[1]), (std::vector<unsigned>{m(3), m(5), m(4), m(5), m(6), m(4)}));
+    EXPECT_EQ(range[2](0, 0), m(7));
   }
   // One connectivity: only mode 0 merges; two connectivities: connect1 is the first piece.
   dense2D<unsigned> b = connectivity(3, {3, 5, 4, 5, 6, 4});

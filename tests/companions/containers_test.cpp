@@ -48,12 +48,13 @@ dense2D<unsigned> numbered(unsigned rows, unsigned cols) {
 
 TEST(Containers, ViewsShareStorageAndCopyDoesNot) {
   dense1D<unsigned> v(6, 7u);
-  dense1D<unsigned> by_ctor(v), by_assign, deep, middle = v.sub_vector(2, 3);
+  dense1D<unsigned> by_ctor(v), by_assign, shallow1, deep, middle = v.sub_vector(2, 3);
   by_assign = v;
+  shallow1.shallow_copy(v);
   ASSERT_TRUE(deep.copy(v));
-  EXPECT_TRUE(count_of(v) == 4 && count_of(deep) == 1);
-  by_ctor[0] = 1, by_assign[1] = 2, middle[0] = 3, deep[5] = 9;  // middle[0] is entry 2 of v
-  EXPECT_EQ(std::vector<unsigned>(v.begin(), v.end()), (std::vector<unsigned>{1, 2, 3, 7, 7, 7}));
+  EXPECT_TRUE(count_of(v) == 5 && count_of(deep) == 1);
+  by_ctor[0] = 1, by_assign[1] = 2, middle[0] = 3, shallow1[3] = 4, deep[5] = 9;  // middle[0] is entry 2 of v
+  EXPECT_EQ(std::vector<unsigned>(v.begin(), v.end()), (std::vector<unsigned>{1, 2, 3, 4, 7, 7}));
   EXPECT_EQ(std::vector<unsigned>(deep.begin(), deep.end()), (std::vector<unsigned>{7, 7, 7, 7, 7, 9}));
   EXPECT_EQ((v = 4u), 4u);
   EXPECT_EQ(middle[2], 4u);

@@ -8,6 +8,7 @@
 
 #include "builtin_mesh.hpp"
 #include "command.hpp"
+#include "transform_options.hpp"
 
 namespace plexa_cli {
 
@@ -59,9 +60,14 @@ const output_format* format_of(const char* path) {
 int convert_main(const invocation& call) {
   const char* input = nullptr;
   const char* output = nullptr;
+  transform_list transforms;
   for (int k = 0; k < call.argc; ++k) {
     const char* arg = call.argv[k];
-    if (std::strcmp(arg, "--output") == 0 || std::strcmp(arg, "-o") == 0) {
+    if (is_transform_option(arg)) {
+      if (++k == call.argc) return usage_error(call, "missing value after '%s'", arg);
+      if (!add_transform(arg, call.argv[k], transforms))
+        return usage_error(call, "invalid value '%s' of '%s'", call.argv[k], arg);
+    } else if (std::strcmp(arg, "--output") == 0 || std::strcmp(arg, "-o") == 0) {
       if (++k == call.argc) return usage_error(call, "missing file after '%s'", arg);
       output = call.argv[k];
     } else if (arg[0] == '-' && arg[1] != '\0') {
@@ -79,7 +85,7 @@ int convert_main(const invocation& call) {
     return usage_error(call, "cannot read '%s': the only input for now is the built-in mesh", input);
 
   mesh m;
-  if (!read_builtin(m)) return failure(call, "out of memory");
+  if (!read_builtin(m) || !apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
   const int code = format->write(output, m);
   if (code == -1) return failure(call, "cannot write '%s'", output);
   if (code != 0) return failure(call, "writing '%s' failed with code %d", output, code);
@@ -106,7 +112,16 @@ extern const command convert_command = {
     "  .mesh  MEDIT mesh file\n"
     "\n"
     "Options:\n"
-    "  -o, --output <file>  the file to write (its folder must exist)\n",
+    "  -o, --output <file>  the file to write (its folder must exist)\n"
+    "\n"
+    "Transforms, applied to the coordinates in the order given:\n"
+    "  --scale <f>            scale by f about the origin (f finite, not 0)\n"
+    "  --translate <x,y[,z]>  move by the vector (x, y[, z])\n"
+    "  --rotate <deg>         rotate by deg degrees about the z axis through the\n"
+    "                         origin (counter-clockwise seen from +z)\n"
+    "  --rotate <x,y,z>       rotate about the axis through the origin along\n"
+    "                         (x, y, z), by its length in degrees (right-hand rule)\n"
+    "A 3-component translation or rotation makes planar coordinates 3-D.\n",
     convert_main,
 };
 

@@ -109,11 +109,11 @@ class Ptr {
 
 namespace detail {
 // A 32-bit unsigned count stored under a type of its own (one per Tag).
-// The entries of a dense1D<unsigned> are unsigned ints, and the size, start
-// and capacity of the views are stored next to each other; giving each of
-// them a distinct type tells the compiler that storing an entry or the size
-// cannot change the others, so a loop of appends keeps them in registers
-// instead of reloading them after every store.  The layout is a plain uint32.
+// The entries of a dense1D<unsigned> are unsigned ints, like the size and
+// start of the view and the capacity of its block.  Giving each count a
+// distinct type tells the compiler that storing an entry or the size cannot
+// change the others, so a loop of appends keeps them in registers instead
+// of reloading them after every store.  The layout is a plain uint32.
 template <int Tag>
 class count32 {
   enum class rep : std::uint32_t {};
@@ -303,6 +303,9 @@ class dense1D {
     start_ = 0;
     return true;
   }
+
+  // Shares other's storage, size and start (as assignment).
+  void shallow_copy(const dense1D& other) noexcept { *this = other; }
 
   // Size becomes n; the first min(old, n) entries are kept, new ones unspecified.
   bool resize(unsigned n) noexcept {

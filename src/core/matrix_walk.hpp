@@ -9,44 +9,24 @@ namespace zeb {
 namespace plexa {
 namespace detail {
 
-// Calls f(column pointer, column index) for every column of m.
-template <class T, class F>
-inline void for_each_column(const dense2D<T>& m, F&& f) {
-  if (m.empty()) return;
-  const T* p = m.data();
-  const std::size_t ld = m.ld();
-  for (unsigned j = 0, n = m.cols(); j < n; ++j) f(p + j * ld, j);
-}
+// The walkers take a dense2D<T> or a const dense2D<T> (M) and hand out
+// pointers of the matching constness.
 
-template <class T, class F>
-inline void for_each_column(dense2D<T>& m, F&& f) {
+// Calls f(column pointer, column index) for every column of m.
+template <class M, class F>
+inline void for_each_column(M& m, F&& f) {
   if (m.empty()) return;
-  T* p = m.data();
+  auto* p = m.data();
   const std::size_t ld = m.ld();
   for (unsigned j = 0, n = m.cols(); j < n; ++j) f(p + j * ld, j);
 }
 
 // Calls f(entry) for every entry of m, column by column; a contiguous matrix
 // is walked as one run.
-template <class T, class F>
-inline void for_each_entry(const dense2D<T>& m, F&& f) {
+template <class M, class F>
+inline void for_each_entry(M& m, F&& f) {
   if (m.empty()) return;
-  const T* p = m.data();
-  const unsigned rows = m.rows();
-  if (m.contiguous()) {
-    const std::size_t n = std::size_t(rows) * m.cols();
-    for (std::size_t k = 0; k < n; ++k) f(p[k]);
-    return;
-  }
-  const std::size_t ld = m.ld();
-  for (unsigned j = 0, c = m.cols(); j < c; ++j, p += ld)
-    for (unsigned i = 0; i < rows; ++i) f(p[i]);
-}
-
-template <class T, class F>
-inline void for_each_entry(dense2D<T>& m, F&& f) {
-  if (m.empty()) return;
-  T* p = m.data();
+  auto* p = m.data();
   const unsigned rows = m.rows();
   if (m.contiguous()) {
     const std::size_t n = std::size_t(rows) * m.cols();

@@ -48,17 +48,19 @@ dense2D<unsigned> numbered(unsigned rows, unsigned cols) {
 
 TEST(Containers, ViewsShareStorageAndCopyDoesNot) {
   dense1D<unsigned> v(6, 7u);
-  dense1D<unsigned> by_ctor(v), by_assign, deep;
+  dense1D<unsigned> by_ctor(v), by_assign, shallow1, deep;
   by_assign = v;
+  shallow1.shallow_copy(v);
   dense1D<unsigned> middle = v.sub_vector(2, 3);
   ASSERT_TRUE(deep.copy(v));
-  EXPECT_EQ(count_of(v), 4u);
+  EXPECT_EQ(count_of(v), 5u);
   EXPECT_EQ(count_of(deep), 1u);
   by_ctor[0] = 1;
   by_assign[1] = 2;
   middle[0] = 3;  // entry 2 of v
+  shallow1[3] = 4;
   const std::vector<unsigned> seen(v.begin(), v.end());
-  EXPECT_EQ(seen, (std::vector<unsigned>{1, 2, 3, 7, 7, 7}));
+  EXPECT_EQ(seen, (std::vector<unsigned>{1, 2, 3, 4, 7, 7}));
   EXPECT_TRUE(deep == dense1D<unsigned>(6, 7u));
   deep[5] = 9;
   EXPECT_EQ(v[5], 7u);

@@ -55,10 +55,10 @@ class ZEBMISC_API histogram {
   std::size_t bin(std::size_t k) const noexcept;
 
   // The histogram as text, the same in every locale:
-  //   count 10  min 0.25  max 7  mean 1.4  nan 2
-  //     0 - 0.3     1  10.0%
+  //   count 10  min 0.25  max 7  mean 1.50833  nan 1
+  //     0 - 0.3     1   10.0%
   //     ...
-  //     >= 5        1  10.0%
+  //     >= 5        1   10.0%
   // The first line gives count, min, max and mean (6 significant digits)
   // and, when there are any, the not-a-number values.  One line per bin
   // follows (none when count() is 0): its range, its count and its share of

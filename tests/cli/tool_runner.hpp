@@ -19,18 +19,15 @@ struct result {
 // standard output (to simulate a stream that cannot be written).
 inline result run(std::vector<const char*> args, std::FILE* out = nullptr) {
   args.insert(args.begin(), "plexa");
-  char *out_text = nullptr, *err_text = nullptr;
-  std::size_t out_size = 0, err_size = 0;
-  std::FILE* captured = open_memstream(&out_text, &out_size);
-  std::FILE* err = open_memstream(&err_text, &err_size);
-  result r;
-  r.status = plexa_cli::run(int(args.size()), args.data(), out ? out : captured, err);
-  std::fclose(captured);
-  std::fclose(err);
-  r.out.assign(out_text, out_size);
-  r.err.assign(err_text, err_size);
-  std::free(out_text);
-  std::free(err_text);
+  char* text[2] = {};
+  std::size_t size[2] = {};
+  std::FILE* captured[2] = {open_memstream(&text[0], &size[0]), open_memstream(&text[1], &size[1])};
+  result r{plexa_cli::run(int(args.size()), args.data(), out ? out : captured[0], captured[1]), {}, {}};
+  for (int k = 0; k < 2; ++k) {
+    std::fclose(captured[k]);
+    (k == 0 ? r.out : r.err).assign(text[k], size[k]);
+    std::free(text[k]);
+  }
   return r;
 }
 

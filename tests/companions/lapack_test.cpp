@@ -33,14 +33,9 @@ TEST(Lapack, DspevSolvesAKnownThreeByThreeProblem) {
 
   // Bad arguments come back as -i instead of reaching LAPACK's error handler.
   double a[6] = {1, 0, 1, 0, 0, 1};
-  const struct {
-    char jobz, uplo;
-    long n;
-    double* z;
-    long ldz;
-    long code;
-  } bad[] = {{'X', 'U', 3, z, 3, -1}, {'N', 'Q', 3, z, 3, -2}, {'N', 'U', -1, z, 3, -3},
-             {'V', 'U', 3, nullptr, 3, -6}, {'V', 'U', 3, z, 2, -7}, {'N', 'U', 3, nullptr, 0, -7}};
+  const struct { char jobz, uplo; long n; double* z; long ldz, code; } bad[] = {
+      {'X', 'U', 3, z, 3, -1},       {'N', 'Q', 3, z, 3, -2}, {'N', 'U', -1, z, 3, -3},
+      {'V', 'U', 3, nullptr, 3, -6}, {'V', 'U', 3, z, 2, -7}, {'N', 'U', 3, nullptr, 0, -7}};
   for (const auto& b : bad) {
     EXPECT_EQ(zeb::lapack::dspev(b.jobz, b.uplo, b.n, a, w, b.z, b.ldz, work, info), b.code);
     EXPECT_EQ(info, b.code);

@@ -27,44 +27,30 @@ TEST(ElementModel, CountTablesMatchTheElementKinds) {
 }
 
 TEST(ElementModel, MixedTypesNarrowByRowCount) {
-  using detail::narrow_type;
-  using detail::rows_fit;
-  EXPECT_EQ(narrow_type(ELT_FACE_MIX, 3), ELT_TRIA3);
-  EXPECT_EQ(narrow_type(ELT_FACE_MIX, 4), ELT_FACE_MIX);
-  EXPECT_EQ(narrow_type(ELT_SOLID_MIX, 4), ELT_TETRA4);
-  EXPECT_EQ(narrow_type(ELT_SOLID_MIX, 5), ELT_PYRA5);
-  EXPECT_EQ(narrow_type(ELT_SOLID_MIX, 6), ELT_WEDGE6);
-  EXPECT_EQ(narrow_type(ELT_SOLID_MIX, 8), ELT_SOLID_MIX);
-  EXPECT_FALSE(rows_fit(narrow_type(ELT_SOLID_MIX, 7), 7));
-  EXPECT_FALSE(rows_fit(narrow_type(ELT_FACE_MIX, 5), 5));
-  EXPECT_TRUE(rows_fit(narrow_type(ELT_FACE_MIX, 3), 3));
-  EXPECT_TRUE(rows_fit(ELT_HEXA27, 27));
-  EXPECT_FALSE(rows_fit(ELT_HEXA27, 20));
+  const struct { element_type type; unsigned rows; element_type narrowed; bool fits; } cases[] = {
+      {ELT_FACE_MIX, 3, ELT_TRIA3, true},      {ELT_FACE_MIX, 4, ELT_FACE_MIX, true},
+      {ELT_FACE_MIX, 5, ELT_FACE_MIX, false},  {ELT_SOLID_MIX, 4, ELT_TETRA4, true},
+      {ELT_SOLID_MIX, 5, ELT_PYRA5, true},     {ELT_SOLID_MIX, 6, ELT_WEDGE6, true},
+      {ELT_SOLID_MIX, 7, ELT_SOLID_MIX, false}, {ELT_SOLID_MIX, 8, ELT_SOLID_MIX, true},
+      {ELT_HEXA27, 27, ELT_HEXA27, true},      {ELT_HEXA27, 20, ELT_HEXA27, false}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(detail::narrow_type(c.type, c.rows), c.narrowed) << c.type << ' ' << c.rows;
+    EXPECT_EQ(detail::rows_fit(detail::narrow_type(c.type, c.rows), c.rows), c.fits) << c.type << ' ' << c.rows;
+  }
 }
 
+// Every invalid shape is covered through check_IDs, which reads columns with
+// these; here the kinds and node counts of the valid ones.
 TEST(ElementModel, MixedColumnsAreReadByTheirMarkers) {
-  const unsigned tet[8] = {0, 1, 2, 3, NO, NO, NO, NO};
-  const unsigned pyr[8] = {0, 1, 2, 3, 4, NO, NO, NO};
-  const unsigned wed[8] = {0, 1, 2, 3, 4, 5, NO, NO};
-  const unsigned hex[8] = {0, 1, 2, 3, 4, 5, 6, 7};
-  const unsigned late_node[8] = {0, 1, 2, 3, 4, 5, NO, 7};
-  const unsigned early_marker[8] = {0, 1, 2, NO, NO, NO, NO, NO};
-  const unsigned last_only[8] = {0, 1, 2, 3, 4, 5, 6, NO};
-  EXPECT_EQ(detail::solid_column_nodes(tet), 4u);
-  EXPECT_EQ(detail::solid_column_nodes(pyr), 5u);
-  EXPECT_EQ(detail::solid_column_nodes(wed), 6u);
-  EXPECT_EQ(detail::solid_column_nodes(hex), 8u);
-  EXPECT_EQ(detail::solid_column_nodes(late_node), 0u);
-  EXPECT_EQ(detail::solid_column_nodes(early_marker), 0u);
-  EXPECT_EQ(detail::solid_column_nodes(last_only), 0u);
-  EXPECT_EQ(detail::solid_column_kind(tet), ELT_TETRA4);
-  EXPECT_EQ(detail::solid_column_kind(pyr), ELT_PYRA5);
-  EXPECT_EQ(detail::solid_column_kind(wed), ELT_WEDGE6);
-  EXPECT_EQ(detail::solid_column_kind(hex), ELT_HEXA8);
-
-  const unsigned tri[4] = {0, 1, 2, NO};
-  const unsigned quad[4] = {0, 1, 2, 3};
-  const unsigned bad[4] = {0, NO, 2, 3};
+  const struct { unsigned column[8]; unsigned nodes; element_type kind; } solids[] = {
+      {{0, 1, 2, 3, NO, NO, NO, NO}, 4, ELT_TETRA4}, {{0, 1, 2, 3, 4, NO, NO, NO}, 5, ELT_PYRA5},
+      {{0, 1, 2, 3, 4, 5, NO, NO}, 6, ELT_WEDGE6},   {{0, 1, 2, 3, 4, 5, 6, 7}, 8, ELT_HEXA8},
+      {{0, 1, 2, 3, 4, 5, NO, 7}, 0, ELT_NONE}};
+  for (const auto& c : solids) {
+    EXPECT_EQ(detail::solid_column_nodes(c.column), c.nodes);
+    EXPECT_TRUE(!c.nodes || detail::solid_column_kind(c.column) == c.kind) << c.nodes;
+  }
+  const unsigned tri[4] = {0, 1, 2, NO}, quad[4] = {0, 1, 2, 3}, bad[4] = {0, NO, 2, 3};
   EXPECT_EQ(detail::face_column_nodes(tri), 3u);
   EXPECT_EQ(detail::face_column_nodes(quad), 4u);
   EXPECT_EQ(detail::face_column_nodes(bad), 0u);

@@ -20,63 +20,56 @@ except ImportError:
     sys.exit(77)
 
 NO = 4294967295
-
-# Element type -> (meshio cell type, rows written); None: not written.
+PYRAMID, WEDGE, HEXA = [0, 1, 2, 3, 4, 4, 4, 4], [0, 1, 2, 2, 3, 4, 5, 5], list(range(8))
+# Element type -> (meshio cell type, rows written); types left out are absent.
 VERTICES = {
     3: ("line", [0, 1]), 4: ("line", [0, 1]),
     6: ("triangle", [0, 1, 2]), 8: ("triangle", [0, 1, 2]),
     7: ("quad", [0, 1, 2, 3]), 9: ("quad", [0, 1, 2, 3]), 10: ("quad", [0, 1, 2, 3]),
     12: ("tetra", [0, 1, 2, 3]), 13: ("tetra", [0, 1, 2, 3]),
-    14: ("hexahedron", [0, 1, 2, 3, 4, 4, 4, 4]), 16: ("hexahedron", [0, 1, 2, 3, 4, 4, 4, 4]),
-    17: ("hexahedron", [0, 1, 2, 2, 3, 4, 5, 5]), 19: ("hexahedron", [0, 1, 2, 2, 3, 4, 5, 5]),
-    20: ("hexahedron", list(range(8))), 21: ("hexahedron", list(range(8))),
-    22: ("hexahedron", list(range(8))),
+    14: ("hexahedron", PYRAMID), 16: ("hexahedron", PYRAMID),
+    17: ("hexahedron", WEDGE), 19: ("hexahedron", WEDGE),
+    20: ("hexahedron", HEXA), 21: ("hexahedron", HEXA), 22: ("hexahedron", HEXA),
 }
-FACE_MIX, SOLID_MIX = 5, 11
-MIXED_MEMBER = {FACE_MIX: {3: 6, 4: 7}, SOLID_MIX: {4: 12, 5: 14, 6: 17, 8: 20}}
+# Mixed type (faces 5, solids 11) -> member type by node count.
+MIXED_MEMBER = {5: {3: 6, 4: 7}, 11: {4: 12, 5: 14, 6: 17, 8: 20}}
 
 
 def read_inputs(path):
+    """Node coordinates, and the expected elements (nodes + reference) by
+    meshio cell type, from the sample's text file."""
     with open(path) as f:
         lines = [line.split() for line in f]
-    _, dim, nodes = lines[0]
-    dim, nodes = int(dim), int(nodes)
+    nodes = int(lines[0][2])
     points = [[float(x) for x in line] for line in lines[1:1 + nodes]]
     expected = collections.defaultdict(collections.Counter)
-    k = 1 + nodes
-    reference = 0
+    k, reference = 1 + nodes, 0
     while k < len(lines):
-        _, etype, _, cols = lines[k]
-        etype, cols = int(etype), int(cols)
+        etype, cols = int(lines[k][1]), int(lines[k][3])
         for column in lines[k + 1:k + 1 + cols]:
             column = [int(x) for x in column]
             kind = etype
             if etype in MIXED_MEMBER:
-                count = next((i for i, n in enumerate(column) if n == NO), len(column))
-                kind = MIXED_MEMBER[etype][count]
+                kind = MIXED_MEMBER[etype][column.index(NO) if NO in column else len(column)]
             if kind in VERTICES:
                 name, rows = VERTICES[kind]
                 expected[name][tuple(column[r] for r in rows) + (reference,)] += 1
         k += 1 + cols
         reference += 1
-    return dim, points, expected
+    return points, expected
 
 
 def check(stem):
-    dim, points, expected = read_inputs(stem + ".txt")
+    points, expected = read_inputs(stem + ".txt")
     mesh = meshio.read(stem + ".mesh")
     errors = []
-    if mesh.points.shape != (len(points), dim):
-        errors.append(f"points: shape {mesh.points.shape}, expected {(len(points), dim)}")
+    if mesh.points.shape != (len(points), len(points[0])):
+        errors.append(f"points: shape {mesh.points.shape}, expected {(len(points), len(points[0]))}")
     else:
-        for j, (got, want) in enumerate(zip(mesh.points.tolist(), points)):
-            for g, w in zip(got, want):
-                if abs(g - w) > 5.000001e-7 * abs(w):
-                    errors.append(f"node {j}: {got} != {want}")
-                    break
+        errors += [f"node {j}: {got} != {want}" for j, (got, want) in enumerate(zip(mesh.points.tolist(), points))
+                   if any(abs(g - w) > 5.000001e-7 * abs(w) for g, w in zip(got, want))]
     if any(int(r) != 0 for r in mesh.point_data.get("medit:ref", [])):
         errors.append("a vertex reference is not 0")
-
     found = collections.defaultdict(collections.Counter)
     for block, refs in zip(mesh.cells, mesh.cell_data["medit:ref"]):
         for nodes, ref in zip(block.data.tolist(), refs.tolist()):
@@ -91,7 +84,7 @@ def check(stem):
     return errors
 
 
-def main():
+if __name__ == "__main__":
     sample, work = sys.argv[1], sys.argv[2]
     os.makedirs(work, exist_ok=True)
     subprocess.run([sample, work], check=True)
@@ -99,8 +92,4 @@ def main():
     for e in errors:
         print("MISMATCH:", e)
     print("OK" if not errors else "FAILED")
-    return 1 if errors else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(1 if errors else 0)

@@ -21,6 +21,8 @@ using zeb::plexa::detail::format_exponent;
 using zeb::plexa::detail::format_exponent_exact;
 using zeb::plexa::detail::format_int;
 
+using formatter = char* (*)(double, char*) noexcept;
+
 double from_bits(std::uint64_t b) {
   double v;
   std::memcpy(&v, &b, sizeof v);
@@ -29,34 +31,25 @@ double from_bits(std::uint64_t b) {
 
 // Compares one formatter with snprintf over many values, reporting the first
 // few disagreements.
-class oracle {
- public:
-  explicit oracle(char* (*format)(double, char*) noexcept) : format_(format) {}
+struct oracle {
+  formatter format;
+  unsigned long checked = 0, failures = 0;
 
   void check(double v) {
     char mine[32], theirs[64];
-    const char* end = format_(v, mine);
+    const char* end = format(v, mine);
     const int n = std::snprintf(theirs, sizeof theirs, "%E", v);
-    ++checked_;
-    if (end - mine == n && std::memcmp(mine, theirs, std::size_t(n)) == 0) return;
-    if (++failures_ <= 5) {
-      char hex[32];
-      std::snprintf(hex, sizeof hex, "%a", v);
-      ADD_FAILURE() << hex << ": got \"" << std::string(mine, std::size_t(end - mine)) << "\", snprintf gives \"" << theirs << '"';
-    }
+    ++checked;
+    if ((end - mine == n && std::memcmp(mine, theirs, std::size_t(n)) == 0) || ++failures > 5) return;
+    char hex[32];
+    std::snprintf(hex, sizeof hex, "%a", v);
+    ADD_FAILURE() << hex << ": got \"" << std::string(mine, std::size_t(end - mine)) << "\", snprintf gives \"" << theirs << '"';
   }
   void check_with_neighbours(double v) {
     check(v);
     check(std::nextafter(v, INFINITY));
     check(std::nextafter(v, -INFINITY));
   }
-
-  unsigned long checked() const { return checked_; }
-  unsigned long failures() const { return failures_; }
-
- private:
-  char* (*format_)(double, char*) noexcept;
-  unsigned long checked_ = 0, failures_ = 0;
 };
 
 // Values that sit exactly on a rounding tie at 7 significant digits: an
@@ -89,68 +82,47 @@ std::vector<double> exact_ties(std::mt19937_64& g, unsigned per_scale) {
   return ties;
 }
 
-// Decimal texts of 8 significant digits ending in 5: their nearest doubles
-// lie within one rounding error of a tie, at every decimal exponent.
-void near_ties(std::mt19937_64& g, unsigned count, oracle& o) {
-  std::uniform_int_distribution<int> digits(1000000, 9999999), exponent(-323, 307);
-  for (unsigned i = 0; i < count; ++i) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%d5e%d", digits(g), exponent(g) - 7);
-    o.check_with_neighbours(std::strtod(text, nullptr));
-  }
-}
-
-void extremes(oracle& o) {
-  for (double v : std::vector<double>{0.0, 1.0, 0.1, 1e308, INFINITY, DBL_MAX, DBL_MIN, DBL_TRUE_MIN})
+// Checks `format` on the extremes of the double range, then on values drawn
+// from one generator: exact ties and their neighbours; decimal texts of 8
+// significant digits ending in 5, whose nearest doubles lie within one
+// rounding error of a tie, at every decimal exponent; coordinates as meshes
+// have them (a few units around the origin at every scale); random bits.
+void prove(formatter format, std::uint64_t seed, unsigned ties, unsigned near, unsigned long mesh,
+           unsigned long bits) {
+  oracle o{format};
+  char text[40];
+  for (double v : {0.0, 1.0, 0.1, 1e308, double(INFINITY), DBL_MAX, DBL_MIN, DBL_TRUE_MIN})
     o.check_with_neighbours(v), o.check_with_neighbours(-v);
-  o.check(std::nan(""));
-  o.check(-std::nan(""));
-  o.check(from_bits(0x7FF0000000000001ull));  // signalling pattern
-  o.check(from_bits(0xFFFFFFFFFFFFFFFFull));
+  // Quiet NaNs of both signs, a signalling pattern, all bits set.
+  for (std::uint64_t b : {0x7FF8000000000000ull, 0xFFF8000000000000ull, 0x7FF0000000000001ull, ~0ull})
+    o.check(from_bits(b));
   for (int e = -1074; e <= 1023; ++e) o.check_with_neighbours(std::ldexp(1.0, e));
   for (int e = -323; e <= 308; ++e) {
-    char text[16];
     std::snprintf(text, sizeof text, "1e%d", e);
     o.check_with_neighbours(std::strtod(text, nullptr));
     std::snprintf(text, sizeof text, "9.9999995e%d", e);  // next to a round-up into the next decade
     o.check_with_neighbours(std::strtod(text, nullptr));
   }
-}
 
-void random_bits(std::mt19937_64& g, unsigned long count, oracle& o) {
-  for (unsigned long i = 0; i < count; ++i) o.check(from_bits(g()));
-}
-
-// Coordinates as meshes have them: a few units around the origin at every
-// scale.
-void mesh_like(std::mt19937_64& g, unsigned long count, oracle& o) {
+  auto g = plexa_test::rng(seed);
+  for (double t : exact_ties(g, ties)) o.check_with_neighbours(t);
+  std::uniform_int_distribution<int> digits(1000000, 9999999), exponent(-323, 307);
+  for (unsigned i = 0; i < near; ++i) {
+    std::snprintf(text, sizeof text, "%d5e%d", digits(g), exponent(g) - 7);
+    o.check_with_neighbours(std::strtod(text, nullptr));
+  }
   std::uniform_real_distribution<double> unit(-1.0, 1.0);
   std::uniform_int_distribution<int> scale(-8, 8);
-  for (unsigned long i = 0; i < count; ++i) o.check(unit(g) * std::pow(10.0, scale(g)));
+  for (unsigned long i = 0; i < mesh; ++i) o.check(unit(g) * std::pow(10.0, scale(g)));
+  for (unsigned long i = 0; i < bits; ++i) o.check(from_bits(g()));
+  EXPECT_EQ(o.failures, 0u) << "of " << o.checked << " values";
 }
 
-TEST(NumberFormat, ExponentFormMatchesSnprintf) {
-  auto g = plexa_test::rng(20240611);
-  oracle o(format_exponent);
-  extremes(o);
-  for (double t : exact_ties(g, 2000)) o.check_with_neighbours(t);
-  near_ties(g, 200000, o);
-  mesh_like(g, 500000, o);
-  random_bits(g, 2000000, o);
-  EXPECT_EQ(o.failures(), 0u) << "of " << o.checked() << " values";
-}
+TEST(NumberFormat, ExponentFormMatchesSnprintf) { prove(format_exponent, 20240611, 2000, 200000, 500000, 2000000); }
 
 // The big-integer path on its own, so that its below-half and above-half
 // branches are proven too, not only the ties that reach it in practice.
-TEST(NumberFormat, ExactPathMatchesSnprintf) {
-  auto g = plexa_test::rng(77);
-  oracle o(format_exponent_exact);
-  extremes(o);
-  for (double t : exact_ties(g, 200)) o.check_with_neighbours(t);
-  near_ties(g, 5000, o);
-  random_bits(g, 50000, o);
-  EXPECT_EQ(o.failures(), 0u) << "of " << o.checked() << " values";
-}
+TEST(NumberFormat, ExactPathMatchesSnprintf) { prove(format_exponent_exact, 77, 200, 5000, 0, 50000); }
 
 TEST(NumberFormat, IntegersMatchSnprintf) {
   auto g = plexa_test::rng(5);
@@ -167,14 +139,8 @@ TEST(NumberFormat, IntegersMatchSnprintf) {
   }
 }
 
-// The long sweep: tens of millions of random bit patterns and near ties.
-TEST(NumberFormatSweep, ManyMillionsMatchSnprintf) {
-  auto g = plexa_test::rng(3141592653);
-  oracle o(format_exponent);
-  random_bits(g, 6000000, o);
-  near_ties(g, 500000, o);
-  mesh_like(g, 1000000, o);
-  EXPECT_EQ(o.failures(), 0u) << "of " << o.checked() << " values";
-}
+// The long sweep: millions of random bit patterns, near ties and mesh-like
+// coordinates.
+TEST(NumberFormatSweep, ManyMillionsMatchSnprintf) { prove(format_exponent, 3141592653, 0, 500000, 1000000, 6000000); }
 
 }  // namespace

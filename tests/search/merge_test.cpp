@@ -43,7 +43,7 @@ testing::AssertionResult follows_rank_rule(const dense2D<double>& pos, const std
 
 }  // namespace
 
-TEST(Merge, SelfMergeFollowsTheRankRule) {
+TEST(Merge, SelfMergeAndNodeListsFollowTheRankRule) {
   for (unsigned rows : {2u, 3u})
     for (double tol : {0.0, 1e-8, 0.03}) {
       SCOPED_TRACE(testing::Message() << rows << "-D, tolerance " << tol);
@@ -55,38 +55,24 @@ TEST(Merge, SelfMergeFollowsTheRankRule) {
       dense1D<unsigned, 8> map;
       const int merged = merge(pos, map, tol);
       const std::vector<unsigned> got = to_vector(map);
+      // The rule also keeps surviving nodes farther apart than the tolerance.
       EXPECT_TRUE(follows_rank_rule(original, all, all, tol, got));
       EXPECT_EQ(merged, int(std::count_if(all.begin(), all.end(), [&](unsigned i) { return got[i] != i; })));
       EXPECT_GT(merged, 300);
       ASSERT_EQ(pos.cols(), original.cols());
       for (unsigned i = 0; i < pos.cols(); ++i)
         for (unsigned r = 0; r < rows; ++r) ASSERT_EQ(pos(r, i), original(r, got[i]));
-      // Surviving nodes lie farther apart than the tolerance.
-      std::vector<unsigned> roots;
-      for (unsigned i = 0; i < got.size(); ++i)
-        if (got[i] == i) roots.push_back(i);
-      for (unsigned a = 0; a < roots.size(); ++a)
-        for (unsigned b = a + 1; b < roots.size(); ++b)
-          ASSERT_GT(squared_distance(original, roots[a], roots[b]), tol * tol);
+      // Node lists: sources onto targets, then one list for both (each node
+      // onto the closest node listed before it).
+      dense1D<unsigned, 8> nodes1(700), nodes2(500);
+      for (unsigned k = 0; k < 700; ++k) nodes1[k] = k % 50 == 0 ? NO : unsigned(g() % 1200);
+      for (unsigned k = 0; k < 500; ++k) nodes2[k] = unsigned(g() % 1200);
+      const auto l1 = distinct(to_vector(nodes1)), l2 = distinct(to_vector(nodes2));
+      EXPECT_GT(merge(original, nodes1, nodes2, map, tol), 0);
+      EXPECT_TRUE(follows_rank_rule(original, l1, l2, tol, to_vector(map)));
+      EXPECT_GE(merge(original, nodes1, map, tol), 0);
+      EXPECT_TRUE(follows_rank_rule(original, l1, l1, tol, to_vector(map)));
     }
-}
-
-TEST(Merge, NodeListsFollowTheRankRule) {
-  auto g = rng(11);
-  const dense2D<double> pos = cloud_with_copies(g, 3, 900);
-  for (double tol : {0.0, 1e-8, 0.05}) {
-    std::vector<unsigned> l1, l2;
-    for (unsigned k = 0; k < 700; ++k) l1.push_back(k % 50 == 0 ? NO : unsigned(g() % 900));
-    for (unsigned k = 0; k < 500; ++k) l2.push_back(unsigned(g() % 900));
-    dense1D<unsigned, 8> nodes1(700), nodes2(500), map;
-    std::copy(l1.begin(), l1.end(), nodes1.begin());
-    std::copy(l2.begin(), l2.end(), nodes2.begin());
-    EXPECT_GT(merge(pos, nodes1, nodes2, map, tol), 0);
-    EXPECT_TRUE(follows_rank_rule(pos, distinct(l1), distinct(l2), tol, to_vector(map))) << tol;
-    // One list for both: each node onto the closest node listed before it.
-    EXPECT_GE(merge(pos, nodes1, map, tol), 0);
-    EXPECT_TRUE(follows_rank_rule(pos, distinct(l1), distinct(l1), tol, to_vector(map))) << tol;
-  }
 }
 
 TEST(Merge, SmallCasesAndCodes) {
@@ -95,12 +81,11 @@ TEST(Merge, SmallCasesAndCodes) {
   EXPECT_EQ(merge(line, map, 1.0), 2);
   EXPECT_EQ(to_vector(map), (std::vector<unsigned>{0, 0, 0}));
   EXPECT_EQ(to_vector(line), (std::vector<double>{0, 0, 0, 0, 0, 0}));
-
-  // A node in both lists is never merged onto a node listed after it.
+  // A node in both lists is never merged onto a node listed after it; the
+  // list may be the output itself.
   const dense2D<double> pos = coordinates(3, {0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9});
   EXPECT_EQ(merge(pos, ids({2, 1, 0}), map, 0.0), 2);
   EXPECT_EQ(to_vector(map), (std::vector<unsigned>{2, 2, 2, 3}));
-  // The list may be the output itself.
   map = ids({3, 1, 0});
   EXPECT_EQ(merge(pos, map, map, 0.0), 1);
   EXPECT_EQ(to_vector(map), (std::vector<unsigned>{1, 1, 2, 3}));
@@ -115,16 +100,14 @@ TEST(Merge, SmallCasesAndCodes) {
   EXPECT_EQ(merge(pos, ids({0}), ids({4}), map, 1.0), -3);
   EXPECT_EQ(merge(pos, ids({0}), map, nan), -4);
   EXPECT_EQ(merge(pos, ids({0}), map, -1.0), -4);
-  dense2D<double> own = pos;
+  dense2D<double> own = pos, bad = coordinates(1, {0});
   EXPECT_EQ(merge(own, nan), -3);
   EXPECT_EQ(merge(own, map, -0.5), -3);
-  dense2D<double> bad = coordinates(1, {0});
   EXPECT_EQ(merge(bad, 1.0), -1);
-  dense2D<unsigned> tri = connectivity(3, {0, 1, 2});
+  dense2D<unsigned> tri = connectivity(3, {0, 1, 2}), wrong = connectivity(2, {0, 4});
   EXPECT_EQ(merge(pos, tri, map, nan, 0), -5);
   EXPECT_EQ(merge(pos, tri, map, 1.0, 3), -6);
   EXPECT_EQ(merge(pos, &tri + 1, &tri, map, 1.0, 0), -3);
-  dense2D<unsigned> wrong = connectivity(2, {0, 4});
   EXPECT_EQ(merge(pos, tri, wrong, map, 1.0, 0), -2);
   EXPECT_TRUE(map.empty());
   EXPECT_EQ(to_vector(tri), (std::vector<unsigned>{0, 1, 2}));
@@ -136,25 +119,19 @@ TEST(Merge, SmallCasesAndCodes) {
 TEST(Merge, ConnectivityModes) {
   const dense2D<double> pos =
       coordinates(2, {0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 1, 1, 1 + 1e-9, 1, 1, 1, 3, 3, 4, 3});
-  struct expectation {
-    unsigned mode;
-    int merged;
-    std::vector<unsigned> map;
-  };
-  const expectation cases[] = {{0, 4, {0, 1, 2, 1, 2, 5, 5, 5, 8, 9}},
-                               {1, 3, {0, 1, 2, 1, 2, 5, 6, 5, 8, 9}},
-                               {2, 2, {0, 1, 2, 1, 2, 5, 6, 7, 8, 9}}};
-  for (const expectation& e : cases) {
+  const struct { unsigned mode; int merged; std::vector<unsigned> map; } cases[] = {
+      {0, 4, {0, 1, 2, 1, 2, 5, 5, 5, 8, 9}}, {1, 3, {0, 1, 2, 1, 2, 5, 6, 5, 8, 9}},
+      {2, 2, {0, 1, 2, 1, 2, 5, 6, 7, 8, 9}}};
+  for (const auto& e : cases) {
     SCOPED_TRACE(e.mode);
     dense2D<unsigned> range[3] = {connectivity(3, {0, 1, 2}), strided(connectivity(3, {3, 5, 4, 5, 6, 4})),
                                   connectivity(3, {7, 8, 9})};
     dense1D<unsigned, 8> map;
     EXPECT_EQ(merge(pos, range, range + 3, map, 1e-6, e.mode), e.merged);
     EXPECT_EQ(to_vector(map), e.map);
-    std::vector<unsigned> b = {3, 5, 4, 5, 6, 4};
-    for (unsigned& v : b) v = e.map[v];
-    EXPECT_EQ(to_vector(range[1]), b);
-    EXPECT_EQ(to_vector(range[2])[0], e.map[7]);
+    const auto m = [&](unsigned v) { return e.map[v]; };
+    EXPECT_EQ(to_vector(range[1]), (std::vector<unsigned>{m(3), m(5), m(4), m(5), m(6), m(4)}));
+    EXPECT_EQ(range[2](0, 0), m(7));
   }
   // One connectivity: only mode 0 merges; two connectivities: connect1 is the first piece.
   dense2D<unsigned> b = connectivity(3, {3, 5, 4, 5, 6, 4});
@@ -173,18 +150,14 @@ TEST(Merge, MemoryFailuresLeaveEverythingAsItWas) {
   dense2D<unsigned> connect;
   dense2D<double> pos;
   dense1D<unsigned, 8> map;
-  auto reset = [&] {
-    connect.copy(tris);
-    pos.copy(cloud);
-  };
   auto unchanged = [&] {
     EXPECT_TRUE(map.empty());
     EXPECT_EQ(to_vector(connect), to_vector(tris));
     EXPECT_EQ(to_vector(pos), to_vector(cloud));
   };
-  reset();
+  ASSERT_TRUE(connect.copy(tris) && pos.copy(cloud));
   EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, connect, map, 1e-6, 0); }, unchanged), 3u);
-  reset();
+  ASSERT_TRUE(connect.copy(tris) && pos.copy(cloud));
   EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, map, 1e-6); }, unchanged), 3u);
   EXPECT_NE(to_vector(pos), to_vector(cloud));
 }
@@ -194,21 +167,20 @@ TEST(Merge, MemoryFailuresLeaveEverythingAsItWas) {
 TEST(Merge, ImplicitTreeVisitsLikeTheDetector) {
   auto g = rng(21);
   const dense2D<double> pos = cloud_with_copies(g, 3, 700);
-  dense1D<unsigned, 8> nodes(500);
+  dense1D<unsigned, 8> nodes(500), found;
   for (unsigned k = 0; k < 500; ++k) nodes[k] = (k * 7) % 700;
-  zeb::plexa::node_detector d(pos, nodes);
-  dense1D<zeb::plexa::detail::build_item<3>, 8> items;
-  ASSERT_TRUE(zeb::plexa::detail::gather_items<3>(pos, nodes.data(), 500, items));
-  zeb::plexa::detail::order_implicit<3>(items.data(), 0, 500, 0);
-  dense1D<zeb::plexa::detail::range_step, 8> stack;
+  node_detector d(pos, nodes);
+  dense1D<detail::build_item<3>, 8> items;
+  ASSERT_TRUE(detail::gather_items<3>(pos, nodes.data(), 500, items));
+  detail::order_implicit<3>(items.data(), 0, 500, 0);
+  dense1D<detail::range_step, 8> stack;
   for (double half : {0.05, 0.3, 2.0}) {
-    const double lo[3] = {0.5 - half, 0.4 - half, 0.6 - half}, hi[3] = {0.5 + half, 0.4 + half, 0.6 + half};
+    const zeb::vector_fixed<double, 3> lo(0.5 - half, 0.4 - half, 0.6 - half), hi(0.5 + half, 0.4 + half, 0.6 + half);
     std::vector<unsigned> implicit_order;
-    zeb::plexa::detail::for_each_in_box<3>(items.data(), 500, lo, hi, stack,
-                                           [&](const auto& item) { implicit_order.push_back(item.node); });
-    dense1D<unsigned, 8> found;
-    d.find_in_box(zeb::vector_fixed<double, 3>(lo[0], lo[1], lo[2]), zeb::vector_fixed<double, 3>(hi[0], hi[1], hi[2]),
-                  found);
+    detail::for_each_in_box<3>(items.data(), 500, lo.data(), hi.data(), stack,
+                               [&](const auto& item) { implicit_order.push_back(item.node); });
+    found.clear();
+    d.find_in_box(lo, hi, found);
     EXPECT_EQ(implicit_order, to_vector(found));
   }
 }

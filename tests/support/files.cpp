@@ -1,10 +1,10 @@
 #include "support/files.hpp"
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
-#include <system_error>
 
 namespace plexa_test {
 
@@ -20,14 +20,9 @@ scratch_dir::~scratch_dir() {
 }
 
 std::string read_file(const std::string& path, bool* exists) {
-  std::string bytes;
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  if (exists) *exists = f != nullptr;
-  if (!f) return bytes;
-  char chunk[65536];
-  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, f)) > 0;) bytes.append(chunk, n);
-  std::fclose(f);
-  return bytes;
+  std::ifstream in(path, std::ios::binary);
+  if (exists) *exists = bool(in);
+  return in ? std::string(std::istreambuf_iterator<char>(in), {}) : std::string();
 }
 
 bool file_exists(const std::string& path) {

@@ -14,15 +14,13 @@ class scratch_dir {
   scratch_dir& operator=(const scratch_dir&) = delete;
 
   const std::string& path() const { return path_; }
-  // path() + "/" + name.
   std::string file(const std::string& name) const { return path_ + "/" + name; }
 
  private:
   std::string path_;
 };
 
-// The bytes of a file; `exists` is set to false (and "" returned) when it
-// cannot be opened.
+// The bytes of a file; "" with *exists set to false when it cannot be opened.
 std::string read_file(const std::string& path, bool* exists = nullptr);
 bool file_exists(const std::string& path);
 

@@ -6,10 +6,10 @@
 
 namespace plexa_test {
 
-// Switches the C and C++ locales to one whose decimal separator is a comma,
-// and back to "C" on destruction.  Uses an installed locale when there is
-// one, else compiles one into a temporary directory; failing both, only the
-// C++ global locale is switched (a numpunct stub).
+// Switches the C and C++ locales to one with a decimal comma, and back to
+// "C" on destruction: an installed locale when there is one, else one
+// compiled into a temporary directory, else only the C++ global locale
+// (a numpunct stub).
 class decimal_comma_locale {
  public:
   decimal_comma_locale();

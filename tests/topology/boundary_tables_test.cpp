@@ -8,29 +8,17 @@
 using namespace zeb::plexa;
 using detail::boundaries_of;
 using detail::edges_of;
+using point = std::array<double, 3>;
 
 namespace {
-
-using point = std::array<double, 3>;
 
 point sub(point a, point b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 point cross(point a, point b) { return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]}; }
 double dot(point a, point b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
-// Sum of the right-hand normals of the fan of a face (exact for planar faces).
-point face_normal(const std::vector<point>& x, const detail::boundary_list& t, unsigned j) {
-  point n{0, 0, 0};
-  const point& o = x[t.node[j][0]];
-  for (unsigned i = 1; i + 1 < t.size[j]; ++i) {
-    const point c = cross(sub(x[t.node[j][i]], o), sub(x[t.node[j][i + 1]], o));
-    for (int k = 0; k < 3; ++k) n[k] += c[k];
-  }
-  return n;
-}
-
 }  // namespace
 
-TEST(BoundaryTables, SolidFacesPointOutOfTheElement) {
+TEST(BoundaryTables, SolidFacesAreDistinctAndPointOutOfTheElement) {
   // Tetrahedron with 0, 1, 2 counter-clockwise seen from 3; the others with
   // their base clockwise seen from the apex or the top face.
   const std::pair<element_type, std::vector<point>> solids[] = {
@@ -47,39 +35,35 @@ TEST(BoundaryTables, SolidFacesPointOutOfTheElement) {
       for (int k = 0; k < 3; ++k) centre[k] += p[k] / x.size();
     std::set<std::set<unsigned>> distinct;
     for (unsigned j = 0; j < t.count; ++j) {
-      point fc{0, 0, 0};
-      std::set<unsigned> nodes;
-      for (unsigned i = 0; i < t.size[j]; ++i) {
-        nodes.insert(t.node[j][i]);
-        for (int k = 0; k < 3; ++k) fc[k] += x[t.node[j][i]][k] / t.size[j];
+      const auto* f = t.node[j];
+      point fc{0, 0, 0}, normal{0, 0, 0};  // normal: sum over the fan, exact for planar faces
+      for (unsigned i = 0; i < t.size[j]; ++i)
+        for (int k = 0; k < 3; ++k) fc[k] += x[f[i]][k] / t.size[j];
+      for (unsigned i = 1; i + 1 < t.size[j]; ++i) {
+        const point c = cross(sub(x[f[i]], x[f[0]]), sub(x[f[i + 1]], x[f[0]]));
+        for (int k = 0; k < 3; ++k) normal[k] += c[k];
       }
+      const std::set<unsigned> nodes(f, f + t.size[j]);
       EXPECT_EQ(nodes.size(), t.size[j]) << "face " << j;
       distinct.insert(nodes);
-      EXPECT_GT(dot(face_normal(x, t, j), sub(fc, centre)), 0.0) << "face " << j;
+      EXPECT_GT(dot(normal, sub(fc, centre)), 0.0) << "face " << j;
     }
     EXPECT_EQ(distinct.size(), t.count);
   }
 }
 
 TEST(BoundaryTables, EdgesAreTheSidesOfTheBoundaries) {
-  // The edge table of a solid is the set of sides of its faces; for a face
-  // element the edges are its boundaries.
+  // A solid's edges are the sides of its faces; a face element's are its boundaries.
   for (element_type type : {ELT_TRIA3, ELT_QUAD4, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8}) {
     SCOPED_TRACE(type);
     const detail::boundary_list& b = *boundaries_of(type);
     const detail::edge_list& e = *edges_of(type);
     std::set<std::pair<unsigned, unsigned>> from_edges, from_faces;
-    for (unsigned k = 0; k < e.count; ++k)
-      from_edges.insert(std::minmax<unsigned>(e.node[k][0], e.node[k][1]));
+    for (unsigned k = 0; k < e.count; ++k) from_edges.insert(std::minmax<unsigned>(e.node[k][0], e.node[k][1]));
     EXPECT_EQ(from_edges.size(), e.count);
-    for (unsigned j = 0; j < b.count; ++j) {
-      if (b.size[j] == 2) {
-        from_faces.insert(std::minmax<unsigned>(b.node[j][0], b.node[j][1]));
-        continue;
-      }
-      for (unsigned i = 0; i < b.size[j]; ++i)
+    for (unsigned j = 0; j < b.count; ++j)
+      for (unsigned i = 0; i < (b.size[j] == 2 ? 1 : b.size[j]); ++i)
         from_faces.insert(std::minmax<unsigned>(b.node[j][i], b.node[j][(i + 1) % b.size[j]]));
-    }
     EXPECT_EQ(from_edges, from_faces);
   }
   EXPECT_EQ(boundaries_of(ELT_TRIA6), nullptr);

@@ -1,13 +1,6 @@
 #include <cmath>
 
-#include "support/support.hpp"
-
-using namespace zeb::plexa;
-using plexa_test::NO;
-using zeb::dense1D;
-using zeb::dense2D;
-using V2 = zeb::vector_fixed<double, 2>;
-using V3 = zeb::vector_fixed<double, 3>;
+#include "geometry/geometry_test.hpp"
 
 TEST(CopyMesh, DuplicatesInOrderOfFirstAppearance) {
   dense2D<double> pos = plexa_test::coordinates(2, {0, 0, 1, 0, 0, 1, 9, 9, 9, 9, 5, 5});

@@ -17,7 +17,7 @@
 #pragma once
 
 #include <zeb/dense.hpp>
-#include <zeb/plexa/export.hpp>
+#include <zeb/export.hpp>
 
 namespace zeb {
 namespace plexa {

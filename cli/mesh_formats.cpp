@@ -14,7 +14,7 @@ int write_medit(const char* path, const mesh& m) {
 }
 
 constexpr mesh_format formats[] = {
-    {".mesh", "MEDIT", nullptr, write_medit},
+    {".mesh", "MEDIT", nullptr, write_medit, nullptr, "medit_output(path, pos, first, last, types)"},
 };
 
 std::string extensions(bool readable) {

@@ -19,6 +19,10 @@ struct mesh_format {
   // Writes m to the file; 0 or the writer's result code.  Null for a format
   // that is read only.
   int (*write)(const char* path, const mesh& m);
+  // The library functions behind read and write, as result_message() takes
+  // them, so that a failure is reported in words.
+  const char* read_signature;
+  const char* write_signature;
 };
 
 // The format named by the extension of `path` (compared exactly, and only

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string>
 
+#include <zeb/plexa/messages.hpp>
+
 #include "command.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
@@ -50,12 +52,20 @@ int convert_main(const invocation& call) {
   if (builtin && !builtin_mesh(m)) return failure(call, "out of memory");
   if (!builtin) {
     const int code = input_format->read(input, m);
-    if (code != 0) return failure(call, "cannot read '%s' (code %d)", input, code);
+    if (code != 0) {
+      char reason[160];
+      zeb::plexa::result_message(input_format->read_signature, code, reason, sizeof reason);
+      return failure(call, "cannot read '%s': %s", input, reason);
+    }
   }
   if (!apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
   const int code = format->write(output, m);
   if (code == -1) return failure(call, "cannot write '%s'", output);
-  if (code != 0) return failure(call, "writing '%s' failed with code %d", output, code);
+  if (code != 0) {
+    char reason[160];
+    zeb::plexa::result_message(format->write_signature, code, reason, sizeof reason);
+    return failure(call, "cannot write '%s': %s", output, reason);
+  }
   std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", output, format->name, m.coords.cols(),
                m.element_count());
   return EXIT_OK;

@@ -1,17 +1,21 @@
 // Grouping of positions by key: a stable counting sort.
 #include <zeb/plexa/indices.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
 
 using detail::NO_INDEX;
 
-int get_sorted_order(const dense1D<unsigned int, 8>& keys, dense1D<unsigned int, 8>& order,
+int get_sorted_order(const dense1D<unsigned int, 8>& keys_arg, dense1D<unsigned int, 8>& order,
                      dense1D<unsigned int, 8>& offsets) {
-  order.clear();
-  offsets.clear();
+  const dense1D<unsigned int, 8> keys = keys_arg;  // kept as on entry: an output may be keys_arg
+  detail::empty_output(order, keys, offsets);
+  detail::empty_output(offsets, keys, order);
+  if (&order == &offsets) return detail::bad_argument(3);
   if (keys.empty()) {
     if (!offsets.resize(1, 0u)) return -199;
     return 0;

@@ -5,6 +5,14 @@
 // UINT_MAX is the absent-node marker; each function states how it treats it.
 // Matrices are walked column by column with their leading dimension, so
 // sub-matrix views are accepted everywhere.
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: the call reads its inputs as they were on entry.  An output that
+// the call empties is then detached from the shared block (the other views
+// keep their entries); where an output that grows or an argument changed in
+// place shares storage with an input, that input is read from a copy made
+// before anything changes (-199 when it cannot be made).  Two outputs of one
+// call that are the same object are refused, as each function states.
 #pragma once
 
 #include <zeb/plexa/core.hpp>
@@ -49,10 +57,13 @@ PLEXA_API int shift_indices(dense1D<unsigned int, 8>& ids, int shift);
 PLEXA_API int shift_indices(dense2D<unsigned int>& connect, int shift, element_type type);
 
 // Replaces every entry x < new_IDs.size() by new_IDs[x]; other entries
-// (UINT_MAX included) are left unchanged.
+// (UINT_MAX included) are left unchanged.  When ids shares storage with
+// new_IDs the map is read from a copy; if that copy cannot be made, nothing
+// changes (there is no result code to report it).
 PLEXA_API void change_indices(dense1D<unsigned int, 8>& ids, const dense1D<unsigned int, 8>& new_IDs);
 
-// The same on every entry of the matrix, column by column.
+// The same on every entry of the matrix, column by column (with the same
+// rule when connect shares storage with new_IDs).
 PLEXA_API void change_indices(dense2D<unsigned int>& connect, const dense1D<unsigned int, 8>& new_IDs);
 
 // Scatter: with m = min(v.size(), perm.size()), the entry at position i < m
@@ -68,8 +79,9 @@ PLEXA_API int permutation(dense1D<double, 8>& v, const dense1D<unsigned int, 8>&
 // position in IDs1 of IDs2[j]; pos2 (size IDs1.size()): for the first
 // occurrence i of a value, pos2[i] is its first position in IDs2.  Unmatched
 // entries, later occurrences and UINT_MAX values give UINT_MAX.  Returns 0
-// (also when a list is empty), -199 when the outputs or the value map cannot
-// be sized (both outputs then empty).
+// (also when a list is empty); -4 when pos1 and pos2 are the same object
+// (left empty); -199 when the outputs or the value map cannot be sized (both
+// outputs then empty).
 PLEXA_API int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>& IDs2,
                       dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2);
 
@@ -80,9 +92,9 @@ PLEXA_API int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsign
 // match when equal entry by entry; otherwise when equal once both are rotated
 // to start at their largest entry (the first one if it repeats), or once one
 // of them is also read backwards from there (the symmetries of a polygon).
-// Returns 0 (also when a matrix is empty), -2 when the row counts differ
-// (outputs sized and filled with UINT_MAX), -199 on memory failure (both
-// outputs empty).
+// Returns 0 (also when a matrix is empty); -4 when pos1 and pos2 are the same
+// object (left empty); -2 when the row counts differ (outputs sized and
+// filled with UINT_MAX); -199 on memory failure (both outputs empty).
 PLEXA_API int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& connect2,
                       dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2, bool strict);
 
@@ -116,7 +128,8 @@ PLEXA_API int count_unique_indices(const dense2D<unsigned int>& connect);
 // positions of all keys other than UINT_MAX, grouped by increasing key and by
 // increasing position within a key: the positions of key k are
 // order[offsets[k]] ... order[offsets[k+1] - 1].  Empty keys give offsets = (0)
-// and an empty order.  Returns 0, -199 (both outputs emptied) on memory failure.
+// and an empty order.  Returns 0; -3 when order and offsets are the same
+// object (left empty); -199 (both outputs emptied) on memory failure.
 PLEXA_API int get_sorted_order(const dense1D<unsigned int, 8>& keys, dense1D<unsigned int, 8>& order,
                                dense1D<unsigned int, 8>& offsets);
 

@@ -64,8 +64,9 @@ void centroids_by_rows(const dense2D<double>& pos, const dense2D<unsigned int>& 
 
 }  // namespace
 
-int centroids(const dense2D<double>& pos, const dense2D<unsigned int>& connect, dense2D<double>& G,
+int centroids(const dense2D<double>& pos_arg, const dense2D<unsigned int>& connect, dense2D<double>& G,
               element_type type) {
+  const dense2D<double> pos = pos_arg;  // as on entry: G may be pos_arg itself
   G = dense2D<double>();
   if (!detail::is_element_type(type)) return -4;
   const unsigned rows = pos.rows();

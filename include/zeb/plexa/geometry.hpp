@@ -21,6 +21,13 @@
 // column count in its all-nodes forms and 0 in its list and connectivity
 // forms.  -199 when memory could not be had (collecting the nodes of a
 // connectivity, widening `pos`); `pos` is then unchanged.
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: the call reads its inputs as they were on entry.  An output that
+// the call empties is then detached from the shared block (the other views
+// keep their entries); where an output that grows or an argument changed in
+// place shares storage with an input, that input is read from a copy made
+// before anything changes (-199 when it cannot be made).
 #pragma once
 
 #include <zeb/plexa/core.hpp>
@@ -81,7 +88,9 @@ PLEXA_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& C, doubl
 // Bounding box.  Grows the caller's box [min, max] over the selected nodes
 // (it is never reset: start it from a first point or from +inf / -inf).  A NaN
 // component never changes the box.  pos.rows() must equal the dimension of
-// the corners.
+// the corners.  min and max must be two objects: every form first refuses
+// one object in both places with -3 (all nodes) or -4 (node list,
+// connectivity), leaving it unchanged.
 //   all nodes:    -1 for a row count other than the corner dimension, then 0
 //                 for an empty `pos`.
 //   node list:    0 at once for an empty list; -1 for the row count; -2 when

@@ -4,6 +4,7 @@
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/search.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/matrix_walk.hpp"
 #include "search/kd_tree.hpp"
 
@@ -158,9 +159,9 @@ bool identity(unsigned n, dense1D<unsigned, 8>& list) {
 
 int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes1, const dense1D<unsigned int, 8>& nodes2,
           dense1D<unsigned int, 8>& new_IDs, double tolerance) {
-  // Views taken before new_IDs is emptied: it may be one of the lists.
+  // The lists as on entry: new_IDs may be one of them.
   const dense1D<unsigned int, 8> list1 = nodes1, list2 = nodes2;
-  new_IDs.clear_hard();
+  detail::empty_output(new_IDs, list1, list2);
   const unsigned n = pos.cols();
   if (n == 0) return 0;
   if (pos.rows() != 2 && pos.rows() != 3) return -1;

@@ -5,6 +5,11 @@
 // connectivities a dense2D<unsigned int> with one column per element.  Every
 // matrix is walked with its leading dimension, so sub-matrix views are
 // accepted.  UINT_MAX is the absent-node marker.
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: the call reads its inputs as they were on entry.  An output that
+// the call empties is then detached from the shared block (the other views
+// keep their entries).
 #pragma once
 
 #include <zeb/plexa/core.hpp>
@@ -181,7 +186,10 @@ PLEXA_API int merge(dense2D<double>& pos, double tolerance);
 //      the nodes of the first connectivity are never moved, and nodes of the
 //      later ones are not merged among themselves (attaching pieces to a
 //      reference mesh).
-// The connectivities of the range must not share storage.
+// The connectivities of the range may share storage, entries included: all
+// are read before any is renumbered, and an entry reached through two of
+// them is renumbered as once (the map sends every representative to
+// itself).
 // Output: new_IDs, pos.cols() entries, as above; empty when the range uses
 // no node.
 // Returns the number of merged nodes, or (checks in this order)
@@ -236,7 +244,9 @@ PLEXA_API int remove_degenerated(dense2D<unsigned int>& connect, bool markers_de
 // their former order, pos is resized to them (a strided view is replaced by
 // a contiguous matrix) and the connectivities are renumbered.  Nodes below
 // start always keep their place, used or not.  The connectivities of the
-// range must not share storage.
+// range may share storage: those reaching entries of another one are
+// renumbered from copies of their entries taken before anything changes, so
+// that an entry reached through two of them is renumbered once.
 // Output: new_IDs, pos.cols() entries (the former count): the new index of
 // every node, UINT_MAX for a removed one; left empty when nothing is
 // examined (empty range, pos without entries, start >= pos.cols()).

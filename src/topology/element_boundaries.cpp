@@ -3,7 +3,9 @@
 
 #include <zeb/plexa/topology.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 #include "core/matrix_walk.hpp"
 #include "topology/boundary_match.hpp"
 
@@ -20,8 +22,13 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
   const unsigned rows = detail::boundary_rows(t);
   if (!boundaries.empty() && boundaries.rows() != rows) return -2;
 
+  // boundaries grows in place, over the connectivity's entries when it
+  // shares their block.
+  detail::stable_input<dense2D<unsigned int>> source;
+  if (!source.init(connectivity, boundaries)) return detail::OUT_OF_MEMORY;
+  const dense2D<unsigned int>& elements = source.get();
   std::uint64_t count = 0;
-  detail::for_each_column(connectivity, [&](const unsigned* col, unsigned) {
+  detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     count += detail::boundaries_of(detail::column_kind(t, col))->count;
   });
   const unsigned old = boundaries.empty() ? 0 : boundaries.cols();
@@ -38,7 +45,7 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
 
   unsigned* out = boundaries.data() + std::size_t(old) * boundaries.ld();
   const std::size_t ld = boundaries.ld();
-  detail::for_each_column(connectivity, [&](const unsigned* col, unsigned) {
+  detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     const detail::boundary_list& bl = *detail::boundaries_of(detail::column_kind(t, col));
     for (unsigned j = 0; j < bl.count; ++j, out += ld) {
       const unsigned k = detail::boundary_nodes(bl, col, j, out);

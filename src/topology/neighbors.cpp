@@ -132,8 +132,9 @@ int link_boundaries(const dense2D<unsigned>& connect, bool links, unsigned* out)
 
 }  // namespace
 
-int get_neighbors(const dense2D<unsigned int>& connectivity, element_type type, bool non_manifold_links,
+int get_neighbors(const dense2D<unsigned int>& connectivity_arg, element_type type, bool non_manifold_links,
                   dense2D<unsigned int>& neighbors) {
+  const dense2D<unsigned int> connectivity = connectivity_arg;  // as on entry: neighbors may be connectivity_arg
   neighbors = dense2D<unsigned>();
   if (connectivity.empty()) return 0;
   element_type t;

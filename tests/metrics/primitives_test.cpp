@@ -210,6 +210,10 @@ TEST(Extremes, ExactCasesFailuresAndAliasing) {
   EXPECT_TRUE(minimum_metric(A, Sym<2>(8.0, 8.0), M));  // B holds every direction
   EXPECT_EQ(packed(M), (std::vector<double>{8, 0, 8}));
 
+  Sym<3> mixed;
+  EXPECT_TRUE(maximum_metric(Sym<3>(1.0, 1.0, 1.0), Sym<3>(DBL_MAX, 0.5, 1.0), mixed));
+  EXPECT_TRUE(plexa_test::near(packed(mixed), packed(Sym<3>(1.0, 0.5, 1.0)), 1e-15));
+
   // A reduction that fails gives M1 and false; the record is all zero.
   const Sym<3> bad(1.0, -1.0, 1.0), good(2.0, 3.0, 4.0);
   Sym<3> M3;

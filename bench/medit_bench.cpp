@@ -8,9 +8,9 @@
 #include <random>
 #include <string>
 
-#include <zeb/plexa/io.hpp>
+#include <zeb/plexa/io/medit.hpp>
 
-#include "io/number_format.hpp"
+#include "io/common/number_format.hpp"
 
 namespace {
 

@@ -6,7 +6,9 @@ install(TARGETS zebmath1 zebmisc zeblapack zebplexa EXPORT zebplexaTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zeb DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# The test-only allocation-failure switch (zeb/testing/) is not installed.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zeb DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  PATTERN testing EXCLUDE)
 
 set(PLEXA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zebplexa)
 install(EXPORT zebplexaTargets NAMESPACE zeb:: DESTINATION ${PLEXA_CMAKE_DIR})

@@ -24,7 +24,7 @@
 #include <type_traits>
 #include <utility>
 
-#include <zeb/math1_export.hpp>
+#include <zeb/export.hpp>
 
 namespace zeb {
 namespace math1 {

@@ -1,11 +1,7 @@
 // zeblapack: a thin entry to the system LAPACK.
 #pragma once
 
-#if defined(ZEBLAPACK_BUILDING)
-#define ZEBLAPACK_API __attribute__((visibility("default")))
-#else
-#define ZEBLAPACK_API
-#endif
+#include <zeb/export.hpp>
 
 namespace zeb {
 namespace lapack {

@@ -9,7 +9,7 @@
 #include <zeb/dense.hpp>
 
 #include "core/element_model.hpp"
-#include "core/prime_table.hpp"
+#include "core/hashing.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -61,23 +61,16 @@ class index_set {
     unsigned next;
   };
 
-  // v % nb without a division: with m = floor((2^64 - 1) / nb) + 1, the
-  // high 64 bits of (m * v mod 2^64) * nb are exactly v % nb for every
-  // 32-bit v and nb.
-  static unsigned fast_mod(unsigned v, std::uint64_t m, unsigned nb) noexcept {
-    const std::uint64_t low = m * v;
-    return unsigned((static_cast<wide>(low) * nb) >> 64);
-  }
-  unsigned bucket(unsigned v) const noexcept { return fast_mod(v, mod_, buckets_.size()); }
+  unsigned bucket(unsigned v) const noexcept { return mod_(v); }
 
   bool rehash(unsigned nb) noexcept {
     dense1D<unsigned, 8> fresh;
     if (!fresh.resize(nb, NO_INDEX)) return false;
     if (!entries_.reserve(count_ + 1)) return false;
-    const std::uint64_t m = UINT64_MAX / nb + 1;
+    const fast_modulo m(nb);
     entry* e = entries_.data();
     for (unsigned k = 0; k < count_; ++k) {
-      unsigned& h = fresh[fast_mod(e[k].value, m, nb)];
+      unsigned& h = fresh[m(e[k].value)];
       e[k].next = h;
       h = k;
     }
@@ -86,11 +79,9 @@ class index_set {
     return true;
   }
 
-  __extension__ typedef unsigned __int128 wide;
-
   dense1D<unsigned, 8> buckets_;
   dense1D<entry, 8> entries_;
-  std::uint64_t mod_ = 0;
+  fast_modulo mod_;
   unsigned count_ = 0;
 };
 

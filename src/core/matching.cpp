@@ -2,6 +2,7 @@
 #include <zeb/plexa/indices.hpp>
 
 #include "core/index_bitmap.hpp"
+#include "core/hashing.hpp"
 #include "core/index_map.hpp"
 
 namespace zeb {
@@ -98,13 +99,6 @@ class column_table {
   unsigned count_ = 0;
 };
 
-// Order-independent key of a column: the sum of the scrambled entries.
-unsigned column_key(const unsigned* c, unsigned rows) noexcept {
-  unsigned key = 0;
-  for (unsigned t = 0; t < rows; ++t) key += (c[t] ^ 2166136261u) * 16777619u;
-  return key;
-}
-
 // Position of the largest entry (the first one when it repeats).
 unsigned largest_at(const unsigned* c, unsigned rows) noexcept {
   unsigned best = 0;
@@ -182,7 +176,7 @@ int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& 
   column_table table;
   if (!table.init(n1)) return out_of_memory(pos1, pos2);
   for (unsigned i = 0; i < n1; ++i)
-    if (!table.insert(column_key(c1 + i * ld1, rows), i)) return out_of_memory(pos1, pos2);
+    if (!table.insert(detail::unordered_key(c1 + i * ld1, rows), i)) return out_of_memory(pos1, pos2);
 
   // Without strict, both columns are read from their largest entry on, and
   // the second one also backwards: equal cycles, either way round, match.
@@ -193,7 +187,7 @@ int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& 
     const unsigned* b = c2 + j * ld2;
     const unsigned rb = strict ? 0 : largest_at(b, rows);
     unsigned smallest = NO_INDEX;
-    table.for_each_with_key(column_key(b, rows), [&](unsigned i) {
+    table.for_each_with_key(detail::unordered_key(b, rows), [&](unsigned i) {
       const unsigned* a = c1 + i * ld1;
       const unsigned ra = strict ? 0 : largest_at(a, rows);
       if (!same_cycle(b, rb, a, ra, rows, reversed)) return;

@@ -1,6 +1,8 @@
 // Copies of a mesh part inside the caller's coordinates: plain duplication,
 // repeated rotated and translated copies, and mirrored copies.
+#include <cfloat>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 
 #include <zeb/plexa/geometry.hpp>
@@ -125,6 +127,23 @@ int mirrored_copy(dense2D<double>& pos, dense2D<unsigned int>& connect, const ve
   double q = 0.0;
   for (unsigned k = 0; k < D; ++k) q += N[k] * N[k];
   if (q == 0.0) return -4;
+  // N.N overflows for a normal beyond about 1e154 and loses its precision
+  // below about 1e-154: such a normal is scaled by a power of two (exactly)
+  // to a length near 1 first.  Ordinary normals are used as given.
+  vector_fixed<double, D> n = N;
+  if (!(q >= DBL_MIN && q <= DBL_MAX)) {
+    double largest = 0.0;
+    for (unsigned k = 0; k < D; ++k) largest = std::fmax(largest, std::fabs(N[k]));
+    if (std::isfinite(largest)) {
+      int e;
+      std::frexp(largest, &e);
+      q = 0.0;
+      for (unsigned k = 0; k < D; ++k) {
+        n[k] = std::ldexp(N[k], -e);
+        q += n[k] * n[k];
+      }
+    }
+  }
   base_part b;
   const int r = prepare(connect0, pos.cols(), b);
   if (r == BAD_BASE) return -5;
@@ -137,9 +156,9 @@ int mirrored_copy(dense2D<double>& pos, dense2D<unsigned int>& connect, const ve
   for (std::size_t j = m, end = pos.cols(); j < end; ++j) {
     double* x = p + j * ld;
     double s = 0.0;
-    for (unsigned k = 0; k < D; ++k) s += (x[k] - P[k]) * N[k];
+    for (unsigned k = 0; k < D; ++k) s += (x[k] - P[k]) * n[k];
     const double t = -2.0 * s / q;
-    for (unsigned k = 0; k < D; ++k) x[k] += t * N[k];
+    for (unsigned k = 0; k < D; ++k) x[k] += t * n[k];
   }
   connect = W;
   return 0;

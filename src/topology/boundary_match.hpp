@@ -1,5 +1,5 @@
-// Comparing element boundaries: the order-independent boundary hash and the
-// equality of boundaries as cyclic node sequences.
+// Comparing element boundaries as cyclic node sequences (their bucket key
+// is detail::unordered_key of core/hashing.hpp).
 #pragma once
 
 #include <cstdint>
@@ -11,14 +11,6 @@
 namespace zeb {
 namespace plexa {
 namespace detail {
-
-// Wrapping sum over the nodes of (node XOR 2166136261) * 16777619: the
-// same for any order of the nodes.
-inline unsigned boundary_hash(const unsigned* nodes, unsigned k) noexcept {
-  unsigned h = 0;
-  for (unsigned i = 0; i < k; ++i) h += (nodes[i] ^ 2166136261u) * 16777619u;
-  return h;
-}
 
 // True when b is a cyclic rotation of a, read forwards (step +1) or
 // backwards (step k - 1).

@@ -14,7 +14,7 @@
 #include <zeb/plexa/topology.hpp>
 
 #include "core/element_model.hpp"
-#include "core/prime_table.hpp"
+#include "core/hashing.hpp"
 #include "topology/boundary_match.hpp"
 
 namespace zeb {
@@ -40,17 +40,6 @@ struct mixed_kind {
   }
 };
 
-__extension__ typedef unsigned __int128 uint128;
-
-// x mod d for 32-bit x through one multiplication by a precomputed inverse.
-struct fast_modulo {
-  explicit fast_modulo(unsigned d) noexcept : d_(d), m_(~std::uint64_t(0) / d + 1) {}
-  unsigned operator()(unsigned x) const noexcept {
-    return static_cast<unsigned>((static_cast<uint128>(m_ * x) * d_) >> 64);
-  }
-  std::uint64_t d_, m_;
-};
-
 template <class Kind>
 class boundary_linker {
  public:
@@ -65,7 +54,7 @@ class boundary_linker {
     const unsigned buckets = detail::bucket_prime(request);
     if (!head_.resize(buckets, NO_INDEX) || !next_.resize(static_cast<unsigned>(keys))) return -199;
     if (!links && !crowded_.resize(static_cast<unsigned>((keys + 31) / 32), 0u)) return -199;
-    const fast_modulo bucket_of(buckets);
+    const detail::fast_modulo bucket_of(buckets);
     unsigned* head = head_.data();
     unsigned* next = next_.data();
 
@@ -76,7 +65,7 @@ class boundary_linker {
       for (unsigned j = 0; j < t.count; ++j) {
         const unsigned key = e * nb + j;
         const unsigned k = detail::boundary_nodes(t, col, j, b);
-        unsigned& chain = head[bucket_of(detail::boundary_hash(b, k))];
+        unsigned& chain = head[bucket_of(detail::unordered_key(b, k))];
         unsigned first = chain;
         for (; first != NO_INDEX; first = next[first]) {
           const unsigned* fcol = base_ + std::size_t(first / nb) * ld_;

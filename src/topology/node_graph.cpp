@@ -3,7 +3,7 @@
 
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
-#include "topology/compressed_lists.hpp"
+#include "topology/incidence.hpp"
 
 namespace zeb {
 namespace plexa {

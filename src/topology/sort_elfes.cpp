@@ -22,8 +22,10 @@ int group_by_node_count(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors
 
   // Sort key rows - node count (more nodes first); empty columns get no key
   // and are dropped.  The counting sort keeps equal keys in column order.
+  // Every key starts as "no key": a matrix of 0 rows has columns but no
+  // entries, and the walk below does not visit them.
   dense1D<unsigned, 8> keys, order, starts, full;
-  if (!keys.resize(n)) return -199;
+  if (!keys.resize(n, NO_INDEX)) return -199;
   detail::for_each_column(connect, [&](const unsigned* col, unsigned j) {
     const unsigned k = detail::leading_nodes(col, rows);
     keys[j] = k == 0 ? NO_INDEX : rows - k;

@@ -90,6 +90,20 @@ TEST(CopySymMesh, MirrorsAcrossLinesAndPlanes) {
   EXPECT_EQ(plexa_test::to_vector(pos), (std::vector<double>{3, 5, 0, 0, -1, 5}));
   EXPECT_EQ(plexa_test::to_vector(connect), std::vector<unsigned>{2});
 
+  // Normals whose square overflows or loses its precision mirror as a unit
+  // normal does; one whose square underflows to 0 counts as zero.
+  for (double scale : {1e200, 1e-160}) {
+    SCOPED_TRACE(scale);
+    pos = plexa_test::coordinates(2, {3, 5});
+    EXPECT_EQ(copy_sym_mesh(pos, connect, V2(1, 0), V2(scale, 0), plexa_test::connectivity(1, {0})), 0);
+    EXPECT_EQ(plexa_test::to_vector(pos), (std::vector<double>{3, 5, -1, 5}));
+    pos = plexa_test::coordinates(3, {3, 5, 7});
+    EXPECT_EQ(copy_sym_mesh(pos, connect, V3(0, 0, 1), V3(0, 0, -scale), plexa_test::connectivity(1, {0})), 0);
+    EXPECT_EQ(plexa_test::to_vector(pos), (std::vector<double>{3, 5, 7, 3, 5, -5}));
+  }
+  pos = plexa_test::coordinates(2, {3, 5});
+  EXPECT_EQ(copy_sym_mesh(pos, connect, V2(1, 0), V2(1e-170, 1e-170), plexa_test::connectivity(1, {0})), -4);
+
   // Mirror of the mirror: the same points again, on 2-row input widened to 3.
   auto g = plexa_test::rng(33);
   const dense2D<double> base = plexa_test::random_coordinates(g, 2, 30, -3, 3);

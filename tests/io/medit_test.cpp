@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include <zeb/plexa/io.hpp>
+#include <zeb/plexa/io/medit.hpp>
 
 #include "support/files.hpp"
 #include "support/locale.hpp"

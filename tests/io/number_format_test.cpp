@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "io/number_format.hpp"
+#include "io/common/number_format.hpp"
 #include "support/support.hpp"
 
 namespace {

@@ -5,7 +5,7 @@
 if(TARGET plexa_cli_tests AND TARGET plexa_cli)
   target_link_libraries(plexa_cli_tests PRIVATE plexa_cli)
 elseif(TARGET plexa_cli_tests)
-  file(GLOB plexa_cli_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cli/*.cpp)
+  file(GLOB_RECURSE plexa_cli_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cli/*.cpp)
   list(FILTER plexa_cli_sources EXCLUDE REGEX ".*/main\\.cpp$")
   target_sources(plexa_cli_tests PRIVATE ${plexa_cli_sources})
   target_include_directories(plexa_cli_tests PRIVATE ${PROJECT_SOURCE_DIR}/cli)
@@ -38,42 +38,61 @@ add_test(NAME packaging.exported_symbols
   COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:zebplexa> -DNM=${plexa_nm}
           -P ${CMAKE_CURRENT_LIST_DIR}/exported_symbols.cmake)
 
-# The installed package, used the two documented ways.  One fixture installs
-# the build into a prefix inside the build tree; the consumers need it.
-set(plexa_test_prefix ${plexa_packaging_dir}/prefix)
-set(plexa_consumer_flags "")
-if(PLEXA_SANITIZE)
-  # A program linked with the sanitized libraries must load the sanitizer runtime first.
-  set(plexa_consumer_flags "-fsanitize=address,undefined -fno-sanitize-recover=all")
+if(PLEXA_INSTALL)
+  # The installed package, used the two documented ways.  One fixture installs
+  # the build into a prefix inside the build tree; the consumers need it.
+  set(plexa_test_prefix ${plexa_packaging_dir}/prefix)
+  set(plexa_consumer_flags "")
+  if(PLEXA_SANITIZE)
+    # A program linked with the sanitized libraries must load the sanitizer runtime first.
+    set(plexa_consumer_flags "-fsanitize=address,undefined -fno-sanitize-recover=all")
+  endif()
+  set(plexa_expected_files ${CMAKE_INSTALL_LIBDIR}/cmake/zebplexa/zebplexaConfig.cmake
+    ${CMAKE_INSTALL_LIBDIR}/pkgconfig/zebplexa.pc ${CMAKE_INSTALL_INCLUDEDIR}/zeb/plexa.hpp)
+  if(TARGET plexa)
+    list(APPEND plexa_expected_files ${CMAKE_INSTALL_BINDIR}/plexa)
+  endif()
+
+  add_test(NAME packaging.install
+    COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${CMAKE_BINARY_DIR} -DPREFIX=${plexa_test_prefix}
+            "-DEXPECTED=${plexa_expected_files}"
+            -DUNEXPECTED=${CMAKE_INSTALL_INCLUDEDIR}/zeb/testing/allocation_failure.hpp
+            -P ${CMAKE_CURRENT_LIST_DIR}/install_prefix.cmake)
+  set_tests_properties(packaging.install PROPERTIES FIXTURES_SETUP plexa_prefix)
+
+  add_test(NAME packaging.cmake_consumer
+    COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/consumer
+            -DBINARY=${plexa_packaging_dir}/cmake_consumer -DPREFIX=${plexa_test_prefix}
+            -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DFLAGS=${plexa_consumer_flags}"
+            -P ${CMAKE_CURRENT_LIST_DIR}/cmake_consumer.cmake)
+  add_test(NAME packaging.pkgconfig_consumer
+    COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/consumer/main.cpp
+            -DBINARY=${plexa_packaging_dir}/pkgconfig_consumer -DPREFIX=${plexa_test_prefix}
+            -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DFLAGS=${plexa_consumer_flags}"
+            -P ${CMAKE_CURRENT_LIST_DIR}/pkgconfig_consumer.cmake)
+  set_tests_properties(packaging.cmake_consumer packaging.pkgconfig_consumer PROPERTIES
+    FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "plexa 5\\.3\\.0\\.0: 2 triangles on 4 nodes: 0 1 2 3")
 endif()
-set(plexa_expected_files ${CMAKE_INSTALL_LIBDIR}/cmake/zebplexa/zebplexaConfig.cmake
-  ${CMAKE_INSTALL_LIBDIR}/pkgconfig/zebplexa.pc ${CMAKE_INSTALL_INCLUDEDIR}/zeb/plexa.hpp)
-if(TARGET plexa)
-  list(APPEND plexa_expected_files ${CMAKE_INSTALL_BINDIR}/plexa)
+
+# Plexa built inside another project's tree.  The sanitized build leaves it
+# out: it compiles the library once more, and the plain build proves the
+# same CMake.
+if(NOT PLEXA_SANITIZE)
+  add_test(NAME packaging.embedded_consumer
+    COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/embedded -DPLEXA=${PROJECT_SOURCE_DIR}
+            -DBINARY=${plexa_packaging_dir}/embedded_consumer
+            -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}"
+            -P ${CMAKE_CURRENT_LIST_DIR}/embedded_consumer.cmake)
+  set_tests_properties(packaging.embedded_consumer PROPERTIES
+    PASS_REGULAR_EXPRESSION "plexa 5\\.3\\.0\\.0: 2 triangles on 4 nodes: 0 1 2 3")
 endif()
 
-add_test(NAME packaging.install
-  COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${CMAKE_BINARY_DIR} -DPREFIX=${plexa_test_prefix}
-          "-DEXPECTED=${plexa_expected_files}" -P ${CMAKE_CURRENT_LIST_DIR}/install_prefix.cmake)
-set_tests_properties(packaging.install PROPERTIES FIXTURES_SETUP plexa_prefix)
-
-add_test(NAME packaging.cmake_consumer
-  COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/consumer
-          -DBINARY=${plexa_packaging_dir}/cmake_consumer -DPREFIX=${plexa_test_prefix}
-          -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DFLAGS=${plexa_consumer_flags}"
-          -P ${CMAKE_CURRENT_LIST_DIR}/cmake_consumer.cmake)
-add_test(NAME packaging.pkgconfig_consumer
-  COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/examples/consumer/main.cpp
-          -DBINARY=${plexa_packaging_dir}/pkgconfig_consumer -DPREFIX=${plexa_test_prefix}
-          -DCXX=${CMAKE_CXX_COMPILER} "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DFLAGS=${plexa_consumer_flags}"
-          -P ${CMAKE_CURRENT_LIST_DIR}/pkgconfig_consumer.cmake)
-set_tests_properties(packaging.cmake_consumer packaging.pkgconfig_consumer PROPERTIES
-  FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "plexa 5\\.3\\.0\\.0: 2 triangles on 4 nodes: 0 1 2 3")
-
 if(TARGET plexa)
-  add_test(NAME packaging.installed_tool COMMAND ${plexa_test_prefix}/${CMAKE_INSTALL_BINDIR}/plexa --version)
-  set_tests_properties(packaging.installed_tool PROPERTIES
-    FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "^plexa 5\\.3\\.0\\.0\n$")
+  if(PLEXA_INSTALL)
+    add_test(NAME packaging.installed_tool COMMAND ${plexa_test_prefix}/${CMAKE_INSTALL_BINDIR}/plexa --version)
+    set_tests_properties(packaging.installed_tool PROPERTIES
+      FIXTURES_REQUIRED plexa_prefix PASS_REGULAR_EXPRESSION "^plexa 5\\.3\\.0\\.0\n$")
+  endif()
   # The built tool itself (the in-process tests cover the commands).
   add_test(NAME cli.tool_runs_demo COMMAND plexa demo)
   set_tests_properties(cli.tool_runs_demo PROPERTIES PASS_REGULAR_EXPRESSION "HEXA8: 2")

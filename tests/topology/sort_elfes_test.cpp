@@ -49,4 +49,10 @@ TEST(SortElfes, Codes) {
   EXPECT_EQ(to_vector(counts), V({8, 6, 4}));
   EXPECT_EQ(sort_elfes(empty, counts, ends, new_index), 0);
   EXPECT_TRUE(counts.empty() && ends.empty() && new_index.empty());
+  // Columns without rows hold no node: all of them are dropped.
+  dense2D<unsigned> no_rows(0, 6), no_neighbors(0, 6);
+  EXPECT_EQ(sort_elfes(no_rows, no_neighbors, counts, ends, new_index), 0);
+  EXPECT_TRUE(counts.empty() && ends.empty());
+  EXPECT_EQ(to_vector(new_index), V(6, NO));
+  EXPECT_EQ(no_rows.cols(), 0u);
 }

@@ -12,11 +12,7 @@
 #include <cstddef>
 #include <cstdio>
 
-#if defined(ZEBMISC_BUILDING)
-#define ZEBMISC_API __attribute__((visibility("default")))
-#else
-#define ZEBMISC_API
-#endif
+#include <zeb/export.hpp>
 
 namespace zeb {
 namespace misc {

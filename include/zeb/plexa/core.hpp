@@ -17,7 +17,7 @@
 #pragma once
 
 #include <zeb/dense.hpp>
-#include <zeb/plexa/export.hpp>
+#include <zeb/export.hpp>
 
 namespace zeb {
 namespace plexa {
@@ -57,7 +57,8 @@ constexpr unsigned ELEMENT_TYPE_COUNT = 23;
 // of the library.
 PLEXA_API const char* version() noexcept;
 
-// Table look-ups; `type` must be one of the 23 values (no range test).
+// Table look-ups.  A value outside the 23 of the enumeration gives 0, as
+// ELT_NONE does.
 // Nodes per element (rows of a connectivity): 4 for ELT_FACE_MIX, 8 for ELT_SOLID_MIX.
 PLEXA_API unsigned int nbr_nodes(element_type type) noexcept;
 // Vertex (corner) nodes per element.

@@ -161,11 +161,14 @@ PLEXA_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned int>& connect, co
                         const dense2D<unsigned int>& connect0);
 
 // One copy mirrored across the line (2-D) or plane (3-D) through P with
-// normal N (any non-zero length): x <- x - 2 ((x - P).N / N.N) N.  connect is
-// replaced by the duplicated connectivity; pos gains the mirrored nodes and
-// is widened to 2 (3) rows when needed.  Returns 0 (also for an empty pos),
-// -4 when N.N is exactly 0, -5 (bad index in connect0), -199 (pos and connect
-// then unchanged).
+// normal N (any finite non-zero length; huge and tiny normals are scaled
+// exactly before use): x <- x - 2 ((x - P).N / N.N) N.  connect is replaced by
+// the duplicated connectivity; pos gains the mirrored nodes and is widened to
+// 2 (3) rows when needed.  Returns 0 (also for an empty pos), -4 when N.N
+// computes to exactly 0 (N is zero, or every component is below about 1e-162
+// so that the squares underflow), -5 (bad index in connect0), -199 (pos and
+// connect then unchanged).  A NaN component is not caught: the mirrored nodes
+// are then NaN.
 PLEXA_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned int>& connect, const vector_fixed<double, 2>& P,
                             const vector_fixed<double, 2>& N, const dense2D<unsigned int>& connect0);
 PLEXA_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned int>& connect, const vector_fixed<double, 3>& P,

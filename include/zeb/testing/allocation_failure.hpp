@@ -3,7 +3,7 @@
 // <zeb/plexa.hpp>.
 #pragma once
 
-#include <zeb/math1_export.hpp>
+#include <zeb/export.hpp>
 
 namespace zeb {
 namespace testing {

@@ -1,4 +1,4 @@
-#include "io/block_expansion.hpp"
+#include "io/common/block_expansion.hpp"
 
 #include <climits>
 #include <cstdint>

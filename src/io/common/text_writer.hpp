@@ -8,11 +8,15 @@
 #include <cstdio>
 #include <cstring>
 
-#include "io/number_format.hpp"
+#include "io/common/number_format.hpp"
 
 namespace zeb {
 namespace plexa {
 namespace detail {
+
+// Opens `path` for writing, replacing the file; nullptr when path is null or
+// the file cannot be opened.
+inline std::FILE* open_for_writing(const char* path) noexcept { return path ? std::fopen(path, "w") : nullptr; }
 
 class text_writer {
  public:

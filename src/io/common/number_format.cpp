@@ -10,14 +10,14 @@
 // when the fraction lies within it of one half; those cases (exact ties at
 // large magnitudes, in practice) are decided again with exact big-integer
 // arithmetic.
-#include "io/number_format.hpp"
+#include "io/common/number_format.hpp"
 
 #include <bit>
 #include <cassert>
 #include <cstdint>
 #include <cstring>
 
-#include "io/pow10_table.hpp"
+#include "io/common/pow10_table.hpp"
 
 namespace zeb {
 namespace plexa {

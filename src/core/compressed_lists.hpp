@@ -1,6 +1,6 @@
 // Compressed lists and the incidence structures built from them: element
-// lists, their transpose (node-to-element lists) and the node graph.  Shared
-// by the topology operations and the metric gradation.
+// lists, their transpose (node-to-element lists) and the node graph of
+// pieces.  Shared by the topology operations and the metric gradation.
 //
 // A compressed list is a pair of vectors, offsets (one more than the number
 // of lists, offsets[0] = 0, the last one the item count) and items; list i is
@@ -22,12 +22,6 @@ namespace detail {
 int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& offsets,
                         dense1D<unsigned, 8>& items) noexcept;
 
-// The vertex edges of every element as two-node lists, elements in order
-// and each element's edges in table order.  `narrowed` must be a type with
-// an edge table or a mixed face or solid type (kind read per column).
-int build_edge_lists(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
-                     dense1D<unsigned, 8>& items) noexcept;
-
 // Transpose by a two-pass counting sort: list v of the result holds, in
 // ascending order, every list i in which v stands (once per occurrence), for
 // every v from 0 to the largest item.  No item at all gives offsets = (0).
@@ -42,14 +36,6 @@ int transpose_lists(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned,
 int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1D<unsigned, 8>& piece_items,
                          const dense1D<unsigned, 8>& node_offsets, const dense1D<unsigned, 8>& node_pieces,
                          dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& nodes) noexcept;
-
-// Node graph of a connectivity whose type has been checked (narrowed by row
-// count): ELT_NONE, ELT_EDGE2, ELT_TRIA3 and ELT_TETRA4 join every node pair
-// of a column, the other accepted types (quadrangles, pyramids, wedges,
-// hexahedra, mixed faces and solids) the ends of each vertex edge.  -5 for a
-// type without such a rule.
-int build_node_graph(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
-                     dense1D<unsigned, 8>& nodes) noexcept;
 
 }  // namespace detail
 }  // namespace plexa

@@ -1,61 +1,18 @@
 // `plexa convert`: reads a mesh and writes it in the format that the output
-// file's extension names.  Inputs and outputs grow with the library's
-// readers and writers; each is one entry of the tables below.
+// file's extension names (the formats are those of mesh_formats.hpp).
 #include <cstring>
+#include <string>
 
-#include <zeb/plexa/core.hpp>
-#include <zeb/plexa/io.hpp>
+#include <zeb/plexa/messages.hpp>
 
-#include "builtin_mesh.hpp"
 #include "command.hpp"
+#include "mesh.hpp"
+#include "mesh_formats.hpp"
 #include "transform_options.hpp"
 
 namespace plexa_cli {
 
 namespace {
-
-// A mesh held as the writers take it: nodes and connectivity blocks with
-// their element types.
-struct mesh {
-  zeb::dense2D<double> coords;
-  zeb::dense2D<unsigned> blocks[1];
-  zeb::dense1D<int, 8> types;
-  unsigned block_count() const { return types.size(); }
-  unsigned element_count() const {
-    unsigned n = 0;
-    for (unsigned b = 0; b < block_count(); ++b) n += blocks[b].empty() ? 0 : blocks[b].cols();
-    return n;
-  }
-};
-
-bool read_builtin(mesh& m) {
-  if (!builtin_mesh(m.coords, m.blocks[0]) || !m.types.resize(1)) return false;
-  m.types[0] = zeb::plexa::ELT_SOLID_MIX;
-  return true;
-}
-
-int write_medit(const char* path, const mesh& m) {
-  return zeb::plexa::medit_output(path, m.coords, m.blocks, m.blocks + m.block_count(), m.types);
-}
-
-// Output formats by file extension.
-struct output_format {
-  const char* extension;
-  const char* name;
-  int (*write)(const char* path, const mesh& m);
-};
-constexpr output_format outputs[] = {
-    {".mesh", "MEDIT", write_medit},
-};
-
-const output_format* format_of(const char* path) {
-  const std::size_t n = std::strlen(path);
-  for (const output_format& f : outputs) {
-    const std::size_t e = std::strlen(f.extension);
-    if (n > e && std::strcmp(path + n - e, f.extension) == 0) return &f;
-  }
-  return nullptr;
-}
 
 int convert_main(const invocation& call) {
   const char* input = nullptr;
@@ -79,16 +36,36 @@ int convert_main(const invocation& call) {
     }
   }
   if (!output) return usage_error(call, "missing --output <file>");
-  const output_format* format = format_of(output);
-  if (!format) return usage_error(call, "unknown output format of '%s' (known: .mesh)", output);
-  if (input && std::strcmp(input, "builtin") != 0)
-    return usage_error(call, "cannot read '%s': the only input for now is the built-in mesh", input);
+  const mesh_format* format = format_of(output);
+  if (!format || !format->write)
+    return usage_error(call, "unknown output format of '%s' (known: %s)", output, writable_extensions().c_str());
+  const bool builtin = !input || std::strcmp(input, "builtin") == 0;
+  const mesh_format* input_format = builtin ? nullptr : format_of(input);
+  if (!builtin && (!input_format || !input_format->read)) {
+    const std::string readable = readable_extensions();
+    if (readable.empty())
+      return usage_error(call, "cannot read '%s': the only input for now is the built-in mesh", input);
+    return usage_error(call, "unknown input format of '%s' (known: %s)", input, readable.c_str());
+  }
 
   mesh m;
-  if (!read_builtin(m) || !apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
+  if (builtin && !builtin_mesh(m)) return failure(call, "out of memory");
+  if (!builtin) {
+    const int code = input_format->read(input, m);
+    if (code != 0) {
+      char reason[160];
+      zeb::plexa::result_message(input_format->read_signature, code, reason, sizeof reason);
+      return failure(call, "cannot read '%s': %s", input, reason);
+    }
+  }
+  if (!apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
   const int code = format->write(output, m);
   if (code == -1) return failure(call, "cannot write '%s'", output);
-  if (code != 0) return failure(call, "writing '%s' failed with code %d", output, code);
+  if (code != 0) {
+    char reason[160];
+    zeb::plexa::result_message(format->write_signature, code, reason, sizeof reason);
+    return failure(call, "cannot write '%s': %s", output, reason);
+  }
   std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", output, format->name, m.coords.cols(),
                m.element_count());
   return EXIT_OK;

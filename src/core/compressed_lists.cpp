@@ -1,26 +1,16 @@
-// Element lists, their transpose and the node graph.
-#include "topology/compressed_lists.hpp"
+// Compressed lists: element lists, their transpose, the node graph of pieces.
+#include "core/compressed_lists.hpp"
 
 #include <cstdint>
 #include <cstring>
 
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
-#include "topology/boundary_tables.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
 namespace detail {
-
-namespace {
-
-int fail(dense1D<unsigned, 8>& a, dense1D<unsigned, 8>& b) noexcept {
-  a.clear_hard();
-  b.clear_hard();
-  return -199;
-}
-
-}  // namespace
 
 int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& offsets,
                         dense1D<unsigned, 8>& items) noexcept {
@@ -28,7 +18,7 @@ int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& 
   items.clear();
   const unsigned rows = connect.rows(), n = connect.cols();
   const std::uint64_t total = std::uint64_t(rows) * n;
-  if (total > NO_INDEX || !offsets.resize(n + 1)) return fail(offsets, items);
+  if (total > NO_INDEX || !offsets.resize(n + 1)) return fail(OUT_OF_MEMORY, offsets, items);
   unsigned* off = offsets.data();
   for (unsigned e = 0; e <= n; ++e) off[e] = e * rows;
   if (total == 0) return 0;
@@ -36,35 +26,11 @@ int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& 
     items = connect.as_vector();
     return 0;
   }
-  if (!items.resize(static_cast<unsigned>(total))) return fail(offsets, items);
+  if (!items.resize(static_cast<unsigned>(total))) return fail(OUT_OF_MEMORY, offsets, items);
   unsigned* out = items.data();
   for_each_column(connect, [&](const unsigned* col, unsigned e) {
     std::memcpy(out + std::size_t(e) * rows, col, rows * sizeof(unsigned));
   });
-  return 0;
-}
-
-int build_edge_lists(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
-                     dense1D<unsigned, 8>& items) noexcept {
-  offsets.clear();
-  items.clear();
-  std::uint64_t count = 0;
-  for_each_column(connect, [&](const unsigned* col, unsigned) { count += edges_of(column_kind(narrowed, col))->count; });
-  if (2 * count >= NO_INDEX || !offsets.resize(static_cast<unsigned>(count + 1)) ||
-      !items.resize(static_cast<unsigned>(2 * count)))
-    return fail(offsets, items);
-  unsigned* off = offsets.data();
-  unsigned* out = items.data();
-  unsigned p = 0;
-  for_each_column(connect, [&](const unsigned* col, unsigned) {
-    const edge_list& t = *edges_of(column_kind(narrowed, col));
-    for (unsigned k = 0; k < t.count; ++k, ++p) {
-      off[p] = 2 * p;
-      out[2 * p] = col[t.node[k][0]];
-      out[2 * p + 1] = col[t.node[k][1]];
-    }
-  });
-  off[p] = 2 * p;
   return 0;
 }
 
@@ -81,11 +47,11 @@ int transpose_lists(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned,
     ++kept;
     if (it[k] > largest) largest = it[k];
   }
-  if (kept == 0) return t_offsets.resize(1, 0u) ? 0 : fail(t_offsets, t_items);
+  if (kept == 0) return t_offsets.resize(1, 0u) ? 0 : fail(OUT_OF_MEMORY, t_offsets, t_items);
   // Counts of node v stand at v + 2; after the running sum the start of v is
   // at v + 1, which the placement pass moves to its end, leaving offsets.
   if (std::uint64_t(largest) + 3 > NO_INDEX || !t_offsets.resize(largest + 3, 0u) || !t_items.resize(kept))
-    return fail(t_offsets, t_items);
+    return fail(OUT_OF_MEMORY, t_offsets, t_items);
   unsigned* to = t_offsets.data();
   for (unsigned k = 0; k < n_items; ++k)
     if (it[k] != NO_INDEX) ++to[it[k] + 2];
@@ -106,7 +72,7 @@ int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1
   nodes.clear();
   const unsigned n = node_offsets.empty() ? 0 : node_offsets.size() - 1;
   dense1D<unsigned, 8> marker;
-  if (!marker.resize(n, NO_INDEX) || !offsets.resize(n + 1)) return fail(offsets, nodes);
+  if (!marker.resize(n, NO_INDEX) || !offsets.resize(n + 1)) return fail(OUT_OF_MEMORY, offsets, nodes);
   const unsigned* poff = piece_offsets.data();
   const unsigned* pit = piece_items.data();
   const unsigned* noff = node_offsets.data();
@@ -131,38 +97,14 @@ int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1
   off[0] = 0;
   for (unsigned v = 0; v < n; ++v) {
     walk(v, [&](unsigned) { ++count; });
-    if (count >= NO_INDEX) return fail(offsets, nodes);
+    if (count >= NO_INDEX) return fail(OUT_OF_MEMORY, offsets, nodes);
     off[v + 1] = static_cast<unsigned>(count);
   }
-  if (!nodes.resize(static_cast<unsigned>(count))) return fail(offsets, nodes);
+  if (!nodes.resize(static_cast<unsigned>(count))) return fail(OUT_OF_MEMORY, offsets, nodes);
   marker = NO_INDEX;
   unsigned* out = nodes.data();
   for (unsigned v = 0; v < n; ++v) walk(v, [&](unsigned w) { *out++ = w; });
   return 0;
-}
-
-int build_node_graph(const dense2D<unsigned>& connect, element_type narrowed, dense1D<unsigned, 8>& offsets,
-                     dense1D<unsigned, 8>& nodes) noexcept {
-  offsets.clear();
-  nodes.clear();
-  dense1D<unsigned, 8> piece_offsets, pieces, node_offsets, node_pieces;
-  int r;
-  switch (narrowed) {
-    case ELT_NONE:
-    case ELT_EDGE2:
-    case ELT_TRIA3:
-    case ELT_TETRA4: r = build_element_lists(connect, piece_offsets, pieces); break;
-    case ELT_QUAD4:
-    case ELT_PYRA5:
-    case ELT_WEDGE6:
-    case ELT_HEXA8:
-    case ELT_FACE_MIX:
-    case ELT_SOLID_MIX: r = build_edge_lists(connect, narrowed, piece_offsets, pieces); break;
-    default: return -5;
-  }
-  if (r == 0) r = transpose_lists(piece_offsets, pieces, node_offsets, node_pieces);
-  if (r == 0) r = node_graph_of_pieces(piece_offsets, pieces, node_offsets, node_pieces, offsets, nodes);
-  return r;
 }
 
 }  // namespace detail

@@ -1,0 +1,34 @@
+// A mesh as the tool holds it between reading and writing: nodes and any
+// number of connectivity blocks, each with its element type, laid out as the
+// library's block writers take them.
+#pragma once
+
+#include <vector>
+
+#include <zeb/dense.hpp>
+#include <zeb/plexa/core.hpp>
+
+namespace plexa_cli {
+
+struct mesh {
+  zeb::dense2D<double> coords;                 // one column per node
+  std::vector<zeb::dense2D<unsigned>> blocks;  // one connectivity per block
+  zeb::dense1D<int, 8> types;                  // element_type of each block
+
+  // Appends a block (a view sharing connect's storage); false when memory
+  // runs out, with the mesh unchanged.
+  bool add_block(const zeb::dense2D<unsigned>& connect, zeb::plexa::element_type type);
+
+  unsigned block_count() const { return types.size(); }
+  // The blocks as the half-open array range the writers take.
+  const zeb::dense2D<unsigned>* first_block() const { return blocks.data(); }
+  const zeb::dense2D<unsigned>* last_block() const { return blocks.data() + blocks.size(); }
+  // Columns of all blocks.
+  unsigned element_count() const;
+};
+
+// The built-in mesh (see builtin_mesh.hpp) as one ELT_SOLID_MIX block; false
+// when memory runs out.
+bool builtin_mesh(mesh& m);
+
+}  // namespace plexa_cli

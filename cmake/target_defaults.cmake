@@ -1,0 +1,19 @@
+# Compile settings of every target of this project, set on the target (not
+# on the directory, so that a project embedding Plexa keeps its own):
+# C++20 for the sources, hidden visibility, warnings, and assertions on
+# internal invariants kept in optimised builds.  With PLEXA_SANITIZE the
+# target is built and linked with AddressSanitizer and UBSan.
+function(plexa_target_defaults target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic $<$<CONFIG:RelWithDebInfo>:-UNDEBUG>)
+  if(PLEXA_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all)
+  endif()
+endfunction()

@@ -1,0 +1,203 @@
+// Words for the result codes, one table per family of functions.  An entry
+// names a function (a bare name covers all its overloads, a whole signature
+// one overload) and a code; it gives the reason, and the argument's name
+// where the code does not follow the position rule.
+#include <zeb/plexa/messages.hpp>
+
+#include <cstring>
+
+#include "core/result_codes.hpp"
+
+namespace zeb {
+namespace plexa {
+
+namespace {
+
+struct reason {
+  const char* function;
+  int code;
+  const char* argument;  // null: the parameter at position -code
+  const char* text;
+};
+
+constexpr const char* bad_index = "a node index is not below the node count";
+constexpr const char* bad_connectivity = "the connectivity does not fit its element type or names a missing node";
+constexpr const char* reversed = "first is after last";
+constexpr const char* bad_tolerance = "negative or not a number";
+
+constexpr reason index_reasons[] = {
+    {"get_IDs", -2, nullptr, "the two connectivities have different row counts"},
+    {"unique_indices", -3, nullptr, reversed},
+    {"count_unique_indices", -2, nullptr, reversed},
+};
+
+constexpr reason geometry_reasons[] = {
+    {"inc_bounding_box", -1, nullptr, "its row count differs from the dimension of the box"},
+    {"inc_bounding_box", -2, nullptr, bad_index},
+    {"centroids", -1, nullptr, "its row count is not 1, 2 or 3, or is below the element dimension"},
+    {"centroids", -2, nullptr, bad_connectivity},
+    {"centroids", -4, nullptr, "element type not supported (linear types only)"},
+    {"copy_sym_mesh", -4, nullptr, "the normal is zero"},
+    {"clip", -2, nullptr, bad_index},
+    {"clip", -4, nullptr, "the normal is zero"},
+    {"clip", -5, nullptr, "its row count differs from the connectivity's"},
+};
+
+constexpr reason search_reasons[] = {
+    {"reinit", -1, nullptr, "its row count is not 2 or 3"},
+    {"reinit", -2, nullptr, bad_index},
+    {"reinit", -3, nullptr, reversed},
+    {"merge(pos, nodes1, nodes2, new_IDs, tolerance)", -3, nullptr, bad_index},
+    {"merge(pos, nodes1, nodes2, new_IDs, tolerance)", -4, "tolerance", bad_tolerance},
+    {"merge(pos, nodes, new_IDs, tolerance)", -4, "tolerance", bad_tolerance},
+    {"merge(pos, new_IDs, tolerance)", -3, nullptr, bad_tolerance},
+    {"merge(pos, tolerance)", -3, "tolerance", bad_tolerance},
+    {"merge", -1, nullptr, "its row count is not 2 or 3"},
+    {"merge", -2, nullptr, bad_index},
+    {"merge", -3, nullptr, reversed},
+    {"merge", -5, nullptr, bad_tolerance},
+    {"merge", -6, nullptr, "mode greater than 2"},
+    {"simplify", -2, nullptr, bad_index},
+    {"simplify", -3, nullptr, reversed},
+};
+
+constexpr reason topology_reasons[] = {
+    {"get_element_boundaries", -1, nullptr, bad_connectivity},
+    {"get_element_boundaries", -2, nullptr, "element type not supported, or an output of another row count"},
+    {"get_neighbors", -1, nullptr, bad_connectivity},
+    {"get_neighbors", -2, nullptr, "element type not supported"},
+    {"get_node_graph", -2, "connectivity", "its row count does not fit the element type"},
+    {"get_node_graph", -5, "type", "element type without an edge rule"},
+    {"get_subdomains", -2, nullptr, "its column count differs from the connectivity's"},
+    {"sort_elfes", -1, "neighbors", "its column count differs from the connectivity's"},
+};
+
+constexpr reason io_reasons[] = {
+    {"medit_output", -1, nullptr, "the file cannot be opened"},
+    {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
+    {"medit_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
+    {"medit_output", -4, nullptr, "last precedes first"},
+    {"medit_output", -5, nullptr, "the number of blocks or colours differs from the number of types or columns"},
+    {"medit_output", -6, "colors", "the blocks of the colours cannot be allocated"},
+    {"medit_scalar", -1, nullptr, "the file cannot be opened"},
+    {"medit_vector", -1, nullptr, "the file cannot be opened"},
+    {"medit_tensor", -1, nullptr, "the file cannot be opened"},
+    {"medit_tensor", -2, nullptr, "its row count is not 3 or 6"},
+};
+
+struct family {
+  const reason* first;
+  const reason* last;
+};
+
+template <std::size_t N>
+constexpr family family_of(const reason (&r)[N]) {
+  return {r, r + N};
+}
+
+constexpr family families[] = {family_of(index_reasons), family_of(geometry_reasons), family_of(search_reasons),
+                               family_of(topology_reasons), family_of(io_reasons)};
+
+// Length of the function name at the start of a signature.
+std::size_t name_length(const char* signature) {
+  const char* open = std::strchr(signature, '(');
+  return open ? std::size_t(open - signature) : std::strlen(signature);
+}
+
+// The entry for (signature, code): one naming the whole signature first,
+// else one naming the function.
+const reason* find_reason(const char* signature, int code) {
+  const std::size_t n = name_length(signature);
+  const reason* by_name = nullptr;
+  for (const family& f : families)
+    for (const reason* r = f.first; r != f.last; ++r) {
+      if (r->code != code) continue;
+      if (std::strcmp(r->function, signature) == 0) return r;
+      if (!by_name && std::strlen(r->function) == n && std::strncmp(r->function, signature, n) == 0) by_name = r;
+    }
+  return by_name;
+}
+
+// The k-th (1-based) parameter name of a signature: start and length.
+bool parameter(const char* signature, unsigned k, const char*& start, std::size_t& length) {
+  const char* p = std::strchr(signature, '(');
+  if (!p) return false;
+  ++p;
+  for (unsigned i = 1;; ++i) {
+    while (*p == ' ') ++p;
+    const char* end = p;
+    while (*end && *end != ',' && *end != ')') ++end;
+    if (i == k) {
+      const char* last = end;
+      while (last > p && last[-1] == ' ') --last;
+      start = p;
+      length = std::size_t(last - p);
+      return length > 0;
+    }
+    if (*end != ',') return false;
+    p = end + 1;
+  }
+}
+
+// Appends to a bounded buffer, counting what did not fit.
+struct message_builder {
+  char* text;
+  unsigned size;
+  unsigned length = 0;
+
+  void add(const char* s, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i, ++length)
+      if (length + 1 < size) text[length] = s[i];
+  }
+  void add(const char* s) { add(s, std::strlen(s)); }
+  void add(int v) {
+    char digits[12];
+    unsigned n = 0;
+    unsigned u = v < 0 ? 0u - unsigned(v) : unsigned(v);
+    do digits[n++] = char('0' + u % 10); while (u /= 10);
+    if (v < 0) add("-", 1);
+    while (n > 0) add(&digits[--n], 1);
+  }
+  unsigned finish() {
+    if (size > 0) text[length < size ? length : size - 1] = '\0';
+    return length;
+  }
+};
+
+}  // namespace
+
+unsigned result_message(const char* signature, int code, char* text, unsigned size) noexcept {
+  message_builder m{text, size};
+  if (!signature) signature = "";
+  if (code >= 0) {
+    m.add("success");
+  } else if (code == detail::OUT_OF_MEMORY) {
+    m.add("out of memory");
+  } else if (code >= -99) {
+    const reason* r = find_reason(signature, code);
+    const char* name = nullptr;
+    std::size_t name_length = 0;
+    if (r && r->argument) {
+      name = r->argument;
+      name_length = std::strlen(name);
+    } else {
+      parameter(signature, unsigned(-code), name, name_length);
+    }
+    m.add("argument ");
+    m.add(-code);
+    if (name) {
+      m.add(" (");
+      m.add(name, name_length);
+      m.add(")");
+    }
+    m.add(": ");
+    m.add(r ? r->text : "invalid value");
+  } else {
+    m.add("failure ");
+    m.add(code);
+  }
+  return m.finish();
+}
+
+}  // namespace plexa
+}  // namespace zeb

@@ -21,7 +21,7 @@ struct index_list {
   dense1D<unsigned int, 8>& ids;
   void clear() noexcept { ids.clear_hard(); }
   bool make_room(unsigned n) noexcept { return ids.reserve(n); }
-  void add(unsigned j) noexcept { ids.push_back(j); }
+  void add(unsigned j) noexcept { ids.push_back(j); }  // within the room made: cannot fail
 };
 
 template <class List>

@@ -132,10 +132,10 @@ PLEXA_API bool is_valid_metric(const symmetric_fixed<double, 3>& M);
 PLEXA_API int bound_metric(symmetric_fixed<double, 2>& M, double hmin, double hmax);
 PLEXA_API int bound_metric(symmetric_fixed<double, 3>& M, double hmin, double hmax);
 
-// The larger (maximum_metric: the smallest metric whose unit ball holds both
-// unit balls, sizes min(a_k, b_k)) or the smaller (minimum_metric: the
-// intersection, max(a_k, b_k)) of M1 and M2, computed in the basis P that
-// reduces both at once (p_k^T M1 p_k = a_k, p_k^T M2 p_k = b_k).
+// The larger (maximum_metric: its unit ball holds both unit balls, d_k =
+// min(a_k, b_k)) or the smaller (minimum_metric: its unit ball lies in both,
+// d_k = max(a_k, b_k)) of M1 and M2, built in the basis P that reduces both
+// at once (p_k^T M1 p_k = a_k, p_k^T M2 p_k = b_k, p_k^T M p_k = d_k).
 // Output: M =
 //   M1 when the reduction fails (result false);
 //   M1 when every d_k is a_k, else M2 when every d_k is b_k (result true);

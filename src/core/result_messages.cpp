@@ -87,6 +87,28 @@ constexpr reason topology_reasons[] = {
     {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -5, nullptr, same_output},
 };
 
+constexpr const char* not_finite = "not finite";
+constexpr const char* not_a_field = "its row count is not 3 or 6";
+
+constexpr reason metrics_reasons[] = {
+    {"bound_metric", -1, nullptr, "no size needed clamping, or the clamped metric is not valid"},
+    {"bound_metric", -2, nullptr, not_finite},
+    {"bound_metric", -3, nullptr, not_finite},
+    {"bound_metrics", -1, nullptr, not_a_field},
+    {"bound_metrics", -2, nullptr, not_finite},
+    {"bound_metrics", -3, nullptr, not_finite},
+    {"overwrite_invalid_metrics(H, h)", -2, nullptr, "not positive"},
+    {"overwrite_invalid_metrics(M, Mref)", -2, nullptr, "a field of another row count, or not a valid metric"},
+    {"overwrite_invalid_metrics", -1, nullptr, "its row count is not 3 or 6, or not that of the reference metric"},
+    {"metrics_iso_to_aniso2d(H, M)", -2, nullptr, "not 3 rows and at least one column per size"},
+    {"metrics_iso_to_aniso2d", -2, nullptr, "not 6 rows and one column per size"},
+    {"metrics_iso_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per size"},
+    {"metrics_iso_to_aniso3d", -2, nullptr, "not 6 rows and at least one column per size"},
+    {"metrics_aniso3d_to_aniso2d", -1, nullptr, "its row count is not 6"},
+    {"metrics_aniso3d_to_aniso2d", -2, nullptr, "not 6 rows and one column per metric"},
+    {"metrics_aniso3d_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per metric"},
+};
+
 constexpr reason io_reasons[] = {
     {"medit_output", -1, nullptr, "the file cannot be opened"},
     {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
@@ -111,7 +133,7 @@ constexpr family family_of(const reason (&r)[N]) {
 }
 
 constexpr family families[] = {family_of(index_reasons), family_of(geometry_reasons), family_of(search_reasons),
-                               family_of(topology_reasons), family_of(io_reasons)};
+                               family_of(topology_reasons), family_of(metrics_reasons), family_of(io_reasons)};
 
 // Length of the function name at the start of a signature.
 std::size_t name_length(const char* signature) {

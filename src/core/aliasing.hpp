@@ -11,7 +11,7 @@
 //     writes go to a fresh block; no entry is copied.
 //   - An output the call appends to, or an argument it changes in place,
 //     that shares storage with an input it still reads: that input is read
-//     from a deep copy (stable_input), made before anything changes.
+//     through detach(), a deep copy made before anything changes.
 //   - Two arguments changed in place: overlaps() tells whether they reach
 //     common entries; each function then renumbers from copies taken on
 //     entry or refuses, as its header states.
@@ -93,27 +93,16 @@ bool overlaps(const A& a, const B& b) noexcept {
   return shares_storage(a, b) && runs_meet(runs_of(a), runs_of(b));
 }
 
-// Read access to an input that the call overwrites or moves through another
-// argument: the input itself, or a private deep copy of it when it shares
-// storage with one of `written` (an output that grows, an argument changed
-// in place).
-template <class C>
-class stable_input {
- public:
-  // False when the copy cannot be made.
-  template <class... Written>
-  bool init(const C& input, const Written&... written) noexcept {
-    input_ = &input;
-    if (!(shares_storage(input, written) || ...)) return true;
-    input_ = &copy_;
-    return copy_.copy(input);
-  }
-  const C& get() const noexcept { return *input_; }
-
- private:
-  const C* input_ = nullptr;
-  C copy_;
-};
+// Makes `view` a view of `input` that writing `output` (an output that
+// grows, an argument changed in place) cannot change: a shallow copy of
+// `input`, or a deep copy when the two share storage.  False when the deep
+// copy cannot be made.
+template <class In, class Out>
+bool detach(const In& input, const Out& output, In& view) noexcept {
+  if (shares_storage(input, output)) return view.copy(input);
+  view = input;
+  return true;
+}
 
 }  // namespace detail
 }  // namespace plexa

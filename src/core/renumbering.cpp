@@ -38,10 +38,10 @@ int shift_indices(dense2D<unsigned int>& connect, int shift, element_type type) 
 
 void change_indices(dense1D<unsigned int, 8>& ids, const dense1D<unsigned int, 8>& new_IDs) {
   if (ids.empty() || new_IDs.empty()) return;
-  detail::stable_input<dense1D<unsigned int, 8>> table;
-  if (!table.init(new_IDs, ids)) return;
-  const unsigned* map = table.get().data();
-  const unsigned m = table.get().size();
+  dense1D<unsigned int, 8> table;
+  if (!detail::detach(new_IDs, ids, table)) return;
+  const unsigned* map = table.data();
+  const unsigned m = table.size();
   unsigned* p = ids.data();
   for (unsigned i = 0, n = ids.size(); i < n; ++i)
     if (p[i] < m) p[i] = map[p[i]];
@@ -49,10 +49,10 @@ void change_indices(dense1D<unsigned int, 8>& ids, const dense1D<unsigned int, 8
 
 void change_indices(dense2D<unsigned int>& connect, const dense1D<unsigned int, 8>& new_IDs) {
   if (connect.empty() || new_IDs.empty()) return;
-  detail::stable_input<dense1D<unsigned int, 8>> table;
-  if (!table.init(new_IDs, connect)) return;
-  const unsigned* map = table.get().data();
-  const unsigned m = table.get().size();
+  dense1D<unsigned int, 8> table;
+  if (!detail::detach(new_IDs, connect, table)) return;
+  const unsigned* map = table.data();
+  const unsigned m = table.size();
   detail::for_each_entry(connect, [map, m](unsigned& v) {
     if (v < m) v = map[v];
   });

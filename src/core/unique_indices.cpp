@@ -132,17 +132,17 @@ int append_unique(dense1D<unsigned int, 8>& uIDs, const index_source& given, con
   if (total == 0) return 0;
   const unsigned old_size = uIDs.size();
   if (std::uint64_t(old_size) + total > UINT32_MAX) return detail::OUT_OF_MEMORY;
-  detail::stable_input<dense1D<unsigned int, 8>> excluded;
-  dense1D<unsigned int, 8> entries;
+  dense1D<unsigned int, 8> excluded, entries;
   index_source src = given;
   if (given.shares_storage(uIDs)) {
     if (!given.copy_entries(total, entries)) return detail::OUT_OF_MEMORY;
     src = index_source{&entries, nullptr, nullptr};
   }
-  if (!excluded.init(excluded_arg, uIDs) || !uIDs.reserve(old_size + unsigned(total))) return detail::OUT_OF_MEMORY;
+  if (!detail::detach(excluded_arg, uIDs, excluded) || !uIDs.reserve(old_size + unsigned(total)))
+    return detail::OUT_OF_MEMORY;
   // The new values are written past the current size, into the reserved
   // room, and become part of uIDs only once the whole walk succeeded.
-  const std::int64_t added = collect(src, excluded.get(), total, uIDs.data() + old_size);
+  const std::int64_t added = collect(src, excluded, total, uIDs.data() + old_size);
   if (added < 0) return -199;
   uIDs.resize(old_size + unsigned(added));  // within the reserved room: cannot fail
   return 0;

@@ -65,10 +65,9 @@ int clip(const dense2D<double>& pos, const dense2D<unsigned int>& connect, const
   if (!kept.empty() && kept.rows() != rows) return -5;
 
   // kept grows in place, over entries of connect when it shares their block.
-  detail::stable_input<dense2D<unsigned int>> source;
+  dense2D<unsigned int> elements;
   dense1D<unsigned char, 8> memo;
-  if (!source.init(connect, kept) || !memo.resize(nodes, UNKNOWN)) return detail::OUT_OF_MEMORY;
-  const dense2D<unsigned int>& elements = source.get();
+  if (!detail::detach(connect, kept, elements) || !memo.resize(nodes, UNKNOWN)) return detail::OUT_OF_MEMORY;
   side_cache sides(pos, P, N, memo);
 
   // First pass: count; the second pass reads the remembered sides only.

@@ -24,9 +24,8 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
 
   // boundaries grows in place, over the connectivity's entries when it
   // shares their block.
-  detail::stable_input<dense2D<unsigned int>> source;
-  if (!source.init(connectivity, boundaries)) return detail::OUT_OF_MEMORY;
-  const dense2D<unsigned int>& elements = source.get();
+  dense2D<unsigned int> elements;
+  if (!detail::detach(connectivity, boundaries, elements)) return detail::OUT_OF_MEMORY;
   std::uint64_t count = 0;
   detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     count += detail::boundaries_of(detail::column_kind(t, col))->count;

@@ -44,9 +44,8 @@ int get_connected_elements(const dense2D<unsigned int>& connectivity_arg, dense1
 int get_ancestors(const dense2D<unsigned int>& connectivity_arg, dense1D<unsigned int, 8>& ancestors) {
   // ancestors is sized and written in place, over the connectivity's entries
   // when it shares their block.
-  detail::stable_input<dense2D<unsigned int>> source;
-  if (!source.init(connectivity_arg, ancestors)) return detail::OUT_OF_MEMORY;
-  const dense2D<unsigned int>& connectivity = source.get();
+  dense2D<unsigned int> connectivity;
+  if (!detail::detach(connectivity_arg, ancestors, connectivity)) return detail::OUT_OF_MEMORY;
   if (ancestors.empty()) {
     unsigned size = 0;
     detail::for_each_entry(connectivity, [&size](unsigned v) {

@@ -132,41 +132,31 @@ zeb::Ptr<typename C::storage_type> block_of(const C& c) {
   return p;
 }
 
-// A view of like's type over the block and entries of `from`.
-slot share(const slot& from, const slot& like) {
+// A view of like's type over the block of `from`: over all of from's
+// entries (a list over a matrix spans its columns, a matrix over a list takes
+// like's row count), or with `head` over its first entry or column only.
+slot view_over(const slot& from, const slot& like, bool head) {
   return std::visit(
-      [](const auto& f, const auto& l) -> slot {
+      [head](const auto& f, const auto& l) -> slot {
         using F = std::decay_t<decltype(f)>;
         using L = std::decay_t<decltype(l)>;
         if constexpr (!can_share<F, L>()) {
           ADD_FAILURE() << "no shared view between these types";
           return l;
-        } else if constexpr (std::is_same_v<F, L>) {
-          return f;
-        } else if constexpr (traits<F>::matrix) {
-          return L(block_of(f), f.start(), f.empty() ? 0u : (f.cols() - 1) * f.ld() + f.rows());
         } else {
-          const unsigned r = l.rows() ? l.rows() : 1;
-          return L(block_of(f), f.start(), r, f.size() / r, r);
-        }
-      },
-      from, like);
-}
-
-// A view of like's type and row count over the first entry or column of `from`.
-slot head(const slot& from, const slot& like) {
-  return std::visit(
-      [](const auto& f, const auto& l) -> slot {
-        using F = std::decay_t<decltype(f)>;
-        using L = std::decay_t<decltype(l)>;
-        if constexpr (!can_share<F, L>()) {
-          ADD_FAILURE() << "no shared view between these types";
-          return l;
-        } else if constexpr (traits<L>::matrix) {
-          const unsigned r = std::min(l.rows() ? l.rows() : 1, f.capacity());  // inside the block
-          return L(block_of(f), f.start(), r, f.empty() ? 0 : 1, r);
-        } else {
-          return L(block_of(f), f.start(), f.empty() ? 0 : 1);
+          if constexpr (std::is_same_v<F, L>)
+            if (!head) return f;
+          unsigned span;  // elements of the block from f's first entry to its last
+          if constexpr (traits<F>::matrix)
+            span = f.empty() ? 0 : (f.cols() - 1) * f.ld() + f.rows();
+          else
+            span = f.size();
+          if constexpr (traits<L>::matrix) {
+            const unsigned rows = l.rows() ? l.rows() : 1, r = head ? std::min(rows, span) : rows;
+            return L(block_of(f), f.start(), r, r == 0 ? 0 : head ? 1 : span / r, r);
+          } else {
+            return L(block_of(f), f.start(), head ? std::min(span, 1u) : span);
+          }
         }
       },
       from, like);
@@ -302,9 +292,9 @@ setup aliased(const aliased_call& c, unsigned seed, unsigned o, unsigned i, way 
   if (w == same_object)
     s.at[o] = &s.args[i];
   else if (w == shallow_copy)
-    s.args[o] = share(s.args[i], s.args[o]);
+    s.args[o] = view_over(s.args[i], s.args[o], false);
   else if (w == head_view)
-    s.args[o] = head(s.args[i], s.args[o]);
+    s.args[o] = view_over(s.args[i], s.args[o], true);
   else if (w == written_first)
     place(s.args[o], s.args[i], 1, 0, 2);
   else if (w == read_first)

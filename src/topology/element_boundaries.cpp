@@ -5,8 +5,8 @@
 
 #include "core/aliasing.hpp"
 #include "core/element_model.hpp"
-#include "core/result_codes.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 #include "topology/boundary_match.hpp"
 
 namespace zeb {

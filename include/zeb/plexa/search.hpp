@@ -188,8 +188,8 @@ PLEXA_API int merge(dense2D<double>& pos, double tolerance);
 //      reference mesh).
 // The connectivities of the range may share storage, entries included: all
 // are read before any is renumbered, and an entry reached through two of
-// them is renumbered as once (the map sends every representative to
-// itself).
+// them comes out as if renumbered once (the map sends every representative
+// to itself).
 // Output: new_IDs, pos.cols() entries, as above; empty when the range uses
 // no node.
 // Returns the number of merged nodes, or (checks in this order)

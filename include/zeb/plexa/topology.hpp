@@ -90,7 +90,8 @@ PLEXA_API int get_neighbors(const dense2D<unsigned int>& connectivity, element_t
 // Returns 0; -3 when offsets and nodes are the same object (left empty); -2
 // when `type` is not ELT_NONE and the row count does not fit
 // it; -5 when `type` has no edge rule (ELT_NODE, ELT_EDGE_MIX, quadratic
-// types, values out of range); -199 when memory could not be had (outputs
+// types; values out of the enumeration are refused first, before the row-count
+// test); -199 when memory could not be had (outputs
 // empty).
 PLEXA_API int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
                              dense1D<unsigned int, 8>& nodes, element_type type);

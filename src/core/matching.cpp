@@ -27,15 +27,8 @@ int empty_outputs(const In& in1, const In& in2, dense1D<unsigned int, 8>& pos1, 
 // Sizes the emptied outputs, filled with the marker.
 bool reset_outputs(dense1D<unsigned int, 8>& pos1, unsigned n1, dense1D<unsigned int, 8>& pos2, unsigned n2) {
   if (pos1.resize(n1, NO_INDEX) && pos2.resize(n2, NO_INDEX)) return true;
-  pos1.clear();
-  pos2.clear();
+  detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
   return false;
-}
-
-int out_of_memory(dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2) {
-  pos1.clear();
-  pos2.clear();
-  return -199;
 }
 
 // Records the matches of b (walked from its last entry to its first) given
@@ -143,7 +136,7 @@ int get_IDs(const dense1D<unsigned int, 8>& IDs1_arg, const dense1D<unsigned int
   const dense1D<unsigned int, 8> IDs1 = IDs1_arg, IDs2 = IDs2_arg;  // as on entry: an output may be one of them
   if (const int r = empty_outputs(IDs1, IDs2, pos1, pos2)) return r;
   const unsigned n1 = IDs1.size(), n2 = IDs2.size();
-  if (!reset_outputs(pos1, n2, pos2, n1)) return -199;
+  if (!reset_outputs(pos1, n2, pos2, n1)) return detail::OUT_OF_MEMORY;
   if (n1 == 0 || n2 == 0) return 0;
   const unsigned* a = IDs1.data();
   const unsigned* b = IDs2.data();
@@ -158,7 +151,7 @@ int get_IDs(const dense1D<unsigned int, 8>& IDs1_arg, const dense1D<unsigned int
   const unsigned span = hi - lo;
   if (std::uint64_t(span) < 4 * std::uint64_t(n1) + 4096) {
     dense1D<unsigned, 8> first(span + 1, NO_INDEX);
-    if (first.size() != span + 1) return out_of_memory(pos1, pos2);
+    if (first.size() != span + 1) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
     unsigned* f = first.data();
     for (unsigned i = n1; i-- > 0;)
       if (a[i] != NO_INDEX) f[a[i] - lo] = i;
@@ -167,7 +160,7 @@ int get_IDs(const dense1D<unsigned int, 8>& IDs1_arg, const dense1D<unsigned int
     return 0;
   }
   detail::index_map first;
-  if (!first.init(n1)) return out_of_memory(pos1, pos2);
+  if (!first.init(n1)) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
   for (unsigned i = n1; i-- > 0;)
     if (a[i] != NO_INDEX) first.assign(a[i], i);
   match_backwards(b, n2, [&first](unsigned v) { return v == NO_INDEX ? NO_INDEX : first.find(v); }, p1, p2);
@@ -179,7 +172,7 @@ int get_IDs(const dense2D<unsigned int>& connect1_arg, const dense2D<unsigned in
   const dense2D<unsigned int> connect1 = connect1_arg, connect2 = connect2_arg;  // as on entry
   if (const int r = empty_outputs(connect1, connect2, pos1, pos2)) return r;
   const unsigned n1 = connect1.cols(), n2 = connect2.cols();
-  if (!reset_outputs(pos1, n2, pos2, n1)) return -199;
+  if (!reset_outputs(pos1, n2, pos2, n1)) return detail::OUT_OF_MEMORY;
   if (connect1.empty() || connect2.empty()) return 0;
   if (connect1.rows() != connect2.rows()) return -2;
   const unsigned rows = connect1.rows();
@@ -188,9 +181,9 @@ int get_IDs(const dense2D<unsigned int>& connect1_arg, const dense2D<unsigned in
   const std::size_t ld1 = connect1.ld(), ld2 = connect2.ld();
 
   column_table table;
-  if (!table.init(n1)) return out_of_memory(pos1, pos2);
+  if (!table.init(n1)) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
   for (unsigned i = 0; i < n1; ++i)
-    if (!table.insert(detail::unordered_key(c1 + i * ld1, rows), i)) return out_of_memory(pos1, pos2);
+    if (!table.insert(detail::unordered_key(c1 + i * ld1, rows), i)) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
 
   // Without strict, both columns are read from their largest entry on, and
   // the second one also backwards: equal cycles, either way round, match.

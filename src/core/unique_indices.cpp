@@ -143,7 +143,7 @@ int append_unique(dense1D<unsigned int, 8>& uIDs, const index_source& given, con
   // The new values are written past the current size, into the reserved
   // room, and become part of uIDs only once the whole walk succeeded.
   const std::int64_t added = collect(src, excluded, total, uIDs.data() + old_size);
-  if (added < 0) return -199;
+  if (added < 0) return detail::OUT_OF_MEMORY;
   uIDs.resize(old_size + unsigned(added));  // within the reserved room: cannot fail
   return 0;
 }
@@ -178,7 +178,7 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
   src.value_range(lo, hi);
   if (detail::bitmap_pays_off(hi - lo, total)) {
     detail::index_bitmap seen;
-    if (!seen.init(lo, hi)) return -199;
+    if (!seen.init(lo, hi)) return detail::OUT_OF_MEMORY;
     std::size_t count = 0;
     src.all_runs([&](const unsigned* p, std::size_t n) {
       count += seen.mark_run(p, n);
@@ -188,7 +188,7 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
   }
 
   detail::index_set seen;
-  if (!seen.init() || !seen.presize(total)) return -199;
+  if (!seen.init() || !seen.presize(total)) return detail::OUT_OF_MEMORY;
   const bool ok = src.all_runs([&seen](const unsigned* p, std::size_t n) {
     for (std::size_t k = 0; k < n; ++k) {
       if (k + lookahead < n) seen.prefetch(p[k + lookahead]);
@@ -196,7 +196,7 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
     }
     return true;
   });
-  return ok ? int(seen.size()) : -199;
+  return ok ? int(seen.size()) : detail::OUT_OF_MEMORY;
 }
 
 int count_unique_indices(const dense2D<unsigned int>& connect) { return count_unique_indices(&connect, &connect + 1); }

@@ -62,7 +62,7 @@ int box_connect(const dense2D<double>& pos, const dense2D<unsigned int>& connect
                 vector_fixed<double, D>& max) {
   if (&min == &max) return detail::bad_argument(4);
   dense1D<unsigned int, 8> nodes;
-  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   return box_list<D>(pos, nodes, min, max);
 }
 

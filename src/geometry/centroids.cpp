@@ -4,6 +4,7 @@
 
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -72,7 +73,7 @@ int centroids(const dense2D<double>& pos_arg, const dense2D<unsigned int>& conne
   const unsigned rows = pos.rows();
   if (rows < 1 || rows > 3 || rows < detail::dimension(type)) return -1;
   if (!check_IDs(connect, type, pos.cols())) return -2;
-  if (!G.resize(rows, connect.cols(), 0.0)) return -199;
+  if (!G.resize(rows, connect.cols(), 0.0)) return detail::OUT_OF_MEMORY;
 
   switch (detail::narrow_type(type, connect.rows())) {
     case ELT_EDGE2: centroids_by_rows(pos, connect, G, fixed_nodes<2>()); break;

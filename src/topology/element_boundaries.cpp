@@ -31,7 +31,7 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
     count += detail::boundaries_of(detail::column_kind(t, col))->count;
   });
   const unsigned old = boundaries.empty() ? 0 : boundaries.cols();
-  if (old + count > NO_INDEX) return -199;
+  if (old + count > NO_INDEX) return detail::OUT_OF_MEMORY;
   const unsigned total = static_cast<unsigned>(old + count);
   // Room for the new columns first, by doubling the column capacity (at
   // least 4 columns), so that repeated appends stay linear.
@@ -40,7 +40,7 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
   while (room < std::uint64_t(total) * rows) room *= 2;
   if (room > NO_INDEX) room = std::uint64_t(total) * rows;
   // Both keep the existing columns when they fail.
-  if (!boundaries.reserve(rows, static_cast<unsigned>(room / rows)) || !boundaries.resize(rows, total)) return -199;
+  if (!boundaries.reserve(rows, static_cast<unsigned>(room / rows)) || !boundaries.resize(rows, total)) return detail::OUT_OF_MEMORY;
 
   unsigned* out = boundaries.data() + std::size_t(old) * boundaries.ld();
   const std::size_t ld = boundaries.ld();

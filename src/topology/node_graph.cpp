@@ -37,7 +37,7 @@ int get_connected_elements(const dense2D<unsigned int>& connectivity_arg, dense1
   if (&offsets == &elements) return detail::bad_argument(3);
   if (connectivity.empty()) return 0;
   dense1D<unsigned, 8> element_offsets, items;
-  if (detail::build_element_lists(connectivity, element_offsets, items) != 0) return -199;
+  if (detail::build_element_lists(connectivity, element_offsets, items) != 0) return detail::OUT_OF_MEMORY;
   return detail::transpose_lists(element_offsets, items, offsets, elements);
 }
 
@@ -51,10 +51,8 @@ int get_ancestors(const dense2D<unsigned int>& connectivity_arg, dense1D<unsigne
     detail::for_each_entry(connectivity, [&size](unsigned v) {
       if (v != NO_INDEX && v >= size) size = v + 1;
     });
-    if (!ancestors.resize(size, NO_INDEX)) {
-      ancestors.clear_hard();
-      return -199;
-    }
+    if (!ancestors.resize(size, NO_INDEX))
+      return detail::fail(detail::OUT_OF_MEMORY, ancestors);
   }
   unsigned* a = ancestors.data();
   const unsigned size = ancestors.size(), rows = connectivity.rows();

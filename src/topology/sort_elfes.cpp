@@ -27,12 +27,12 @@ int group_by_node_count(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors
   // Every key starts as "no key": a matrix of 0 rows has columns but no
   // entries, and the walk below does not visit them.
   dense1D<unsigned, 8> keys, order, starts, full;
-  if (!keys.resize(n, NO_INDEX)) return -199;
+  if (!keys.resize(n, NO_INDEX)) return detail::OUT_OF_MEMORY;
   detail::for_each_column(connect, [&](const unsigned* col, unsigned j) {
     const unsigned k = detail::leading_nodes(col, rows);
     keys[j] = k == 0 ? NO_INDEX : rows - k;
   });
-  if (get_sorted_order(keys, order, starts) != 0) return -199;
+  if (get_sorted_order(keys, order, starts) != 0) return detail::OUT_OF_MEMORY;
   const unsigned kept = order.size();
 
   detail::column_reorder reorder;
@@ -40,7 +40,7 @@ int group_by_node_count(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors
   if (!new_index.resize(n, NO_INDEX) || !full.resize(n) ||
       !reorder.prepare(n, rows > nrows ? rows : nrows) || !node_counts.reserve(starts.size()) ||
       !group_ends.reserve(starts.size()))
-    return -199;
+    return detail::OUT_OF_MEMORY;
 
   // The kept columns in sorted order, then the dropped ones, which the
   // shrink cuts off.

@@ -28,6 +28,10 @@
 // keep their entries); where an output that grows or an argument changed in
 // place shares storage with an input, that input is read from a copy made
 // before anything changes (-199 when it cannot be made).
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
 #pragma once
 
 #include <zeb/plexa/core.hpp>

@@ -10,6 +10,14 @@
 // storage: the call reads its inputs as they were on entry.  An output that
 // the call empties is then detached from the shared block (the other views
 // keep their entries).
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
+// The const queries of one node_detector (find_closest, find_in_box, size)
+// may run at the same time from several threads; reinit, insert, clear and
+// assignment may not run beside any other use of that detector, and its
+// coordinate matrix must not change while it is in use.
 #pragma once
 
 #include <zeb/plexa/core.hpp>

@@ -34,6 +34,10 @@
 // call that are the same object, and two matrices reordered in place that
 // share entries, are refused, as each function states, before any other
 // check.
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
 #pragma once
 
 #include <zeb/plexa/core.hpp>

@@ -40,11 +40,10 @@ inline bool same_place(const double* a, const double* b) noexcept {
   return true;
 }
 
-// A candidate of a box query within the tolerance: squared distance, node,
-// rank and position in the visiting order.
+// A candidate of a box query within the tolerance: squared distance, rank
+// (its node is the target of that rank) and position in the visiting order.
 struct place_candidate {
   double squared;
-  unsigned node;
   unsigned rank;
   unsigned visit;
 };
@@ -82,10 +81,11 @@ class coincident_sources {
   }
 
   // Adds the place of coordinates p (not known yet) with its candidates in
-  // visiting order, c[0, m), reordered here.  Its steps are kept when the
-  // steps of all places stay within `budget`; otherwise the place is only
-  // marked as examined.  False when memory cannot be had.
-  bool add(const double* p, place_candidate* c, unsigned m, unsigned budget) noexcept {
+  // visiting order, c[0, m), reordered here; targets[r] is the node of rank
+  // r.  Its steps are kept when the steps of all places stay within
+  // `budget`; otherwise the place is only marked as examined.  False when
+  // memory cannot be had.
+  bool add(const double* p, place_candidate* c, unsigned m, const unsigned* targets, unsigned budget) noexcept {
     std::sort(c, c + m, [](const place_candidate& a, const place_candidate& b) { return a.rank < b.rank; });
     // The steps, written over the candidates: one wherever the best of the
     // ranks so far changes (smaller distance, or equal and visited later).
@@ -101,7 +101,7 @@ class coincident_sources {
     at.count = NO_INDEX;
     if (std::uint64_t(steps_.size()) + count <= budget) {
       if (!steps_.reserve(steps_.size() + count)) return false;
-      for (unsigned i = 0; i < count; ++i) steps_.push_back(step{c[i].squared, c[i].rank, c[i].node});
+      for (unsigned i = 0; i < count; ++i) steps_.push_back(step{c[i].squared, c[i].rank, targets[c[i].rank]});
       at.count = count;
     }
     if (2 * (std::uint64_t(places_.size()) + 1) > buckets_.size() && !rehash(2 * places_.size() + 2)) return false;

@@ -45,7 +45,8 @@ template <unsigned D>
 class insertion_walk {
  public:
   // Coordinates (first entry, column stride), the slot table (3 words per
-  // slot) and the cache (PATH_WORDS words, or nullptr).
+  // slot) and the cache (PATH_WORDS words, or nullptr).  One walker serves
+  // the nodes of one insert call.
   insertion_walk(const double* x, std::size_t ld, unsigned* table, unsigned* path) noexcept
       : x_(x), ld_(ld), table_(table), path_(path) {}
 
@@ -84,6 +85,12 @@ class insertion_walk {
         }
         base = low;  // the entries above the start stay on the path
       }
+      // A walk that starts near the root gains little from the cache.  When
+      // walk after walk does so (the shuffled nodes of a large call), this
+      // walker stops consulting and updating it; the cache keeps describing
+      // a path of the tree, which later insertions do not change.
+      shallow_ = depth < SHALLOW_START ? shallow_ + 1 : 0;
+      if (shallow_ == SHALLOW_WALKS) path_ = nullptr;
     }
     for (unsigned axis = depth % D;; axis = next_axis(axis, D)) {
       record(depth, s, lo, hi);
@@ -147,10 +154,14 @@ class insertion_walk {
     path_[1] = top;
   }
 
+  static constexpr unsigned SHALLOW_START = 8;
+  static constexpr unsigned SHALLOW_WALKS = 32;
+
   const double* x_;
   std::size_t ld_;
   unsigned* table_;
   unsigned* path_;
+  unsigned shallow_ = 0;  // consecutive walks started above SHALLOW_START
 };
 
 }  // namespace detail

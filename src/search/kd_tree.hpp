@@ -204,53 +204,40 @@ struct closest_step {
   unsigned axis;
 };
 
-// The pending far sides of the closest-node search, last in first out.  The
-// first 64 live in the object itself; beyond that they move to a block that
-// doubles as needed.  When no block can be had the stack keeps its 64 most
-// recent entries and forgets the oldest ones (dropped() tells): the search
-// then finds those again by climbing the tree.
-class closest_stack {
- public:
-  closest_stack() noexcept = default;
-  closest_stack(const closest_stack&) = delete;
-  closest_stack& operator=(const closest_stack&) = delete;
+// The stack of pending far sides: entries[0, size) in a room of `capacity`.
+struct closest_stack {
+  closest_step* entries;
+  unsigned size;
+  unsigned capacity;
+};
 
-  bool empty() const noexcept { return size_ == 0; }
+// Where the closest-node search puts its pending far sides once the 64 kept
+// in its own frame are not enough: a block that doubles as needed.  When no
+// block can be had the older half of the entries is forgotten instead
+// (dropped() tells), and the search finds those again by climbing the tree.
+class closest_overflow {
+ public:
   bool dropped() const noexcept { return dropped_; }
-  closest_step pop() noexcept { return at(--size_); }
-  void push(const closest_step& e) noexcept {
-    if (size_ == capacity_ && (dropped_ || !grow())) {
-      // Forget the oldest entry.
-      first_ = (first_ + 1) & (capacity_ - 1);
-      --size_;
-      dropped_ = true;
+
+  // Room for one more entry on the full stack `at`.
+  closest_stack make_room(const closest_stack& at) noexcept {
+    if (!dropped_ && at.capacity <= (1u << 30)) {
+      dense1D<closest_step, 8> bigger;
+      if (bigger.resize(2 * at.capacity)) {
+        std::memcpy(static_cast<void*>(bigger.data()), at.entries, at.size * sizeof(closest_step));
+        block_ = static_cast<dense1D<closest_step, 8>&&>(bigger);
+        return closest_stack{block_.data(), at.size, 2 * at.capacity};
+      }
     }
-    at(size_++) = e;
+    dropped_ = true;
+    const unsigned kept = at.size / 2;
+    std::memmove(static_cast<void*>(at.entries), at.entries + (at.size - kept), kept * sizeof(closest_step));
+    return closest_stack{at.entries, kept, at.capacity};
   }
 
  private:
-  static constexpr unsigned LOCAL = 64;
-
-  closest_step& at(unsigned i) noexcept { return entries_[(first_ + i) & (capacity_ - 1)]; }
-  bool grow() noexcept {
-    if (capacity_ > (1u << 30)) return false;
-    dense1D<closest_step, 8> bigger;
-    if (!bigger.resize(2 * capacity_)) return false;
-    for (unsigned i = 0; i < size_; ++i) bigger[i] = at(i);
-    block_ = static_cast<dense1D<closest_step, 8>&&>(bigger);
-    entries_ = block_.data();
-    capacity_ *= 2;
-    first_ = 0;
-    return true;
-  }
-
-  closest_step local_[LOCAL];
-  closest_step* entries_ = local_;
-  unsigned capacity_ = LOCAL;  // a power of two
-  unsigned first_ = 0;
-  unsigned size_ = 0;
-  bool dropped_ = false;
   dense1D<closest_step, 8> block_;
+  bool dropped_ = false;
 };
 
 // The slot whose child is slot x (UINT_MAX for the root).  A slot is always
@@ -268,18 +255,19 @@ constexpr unsigned previous_axis(unsigned axis, unsigned dim) noexcept { return 
 // splitting plane before the other side, which is entered only while it can
 // hold a point strictly closer than the best so far.  A NaN difference on
 // the axis keeps both sides open (a node with a NaN coordinate may sit above
-// finite ones).  Only a strictly closer node replaces the candidate.
+// finite ones).  Only a strictly closer node replaces the candidate, which
+// is returned.
 //
-// The walk keeps its pending far sides in a closest_stack, not on the call
-// stack: a tree grown one node per insertion may be as deep as it is large.
+// The walk keeps its pending far sides on a stack of its own, not on the
+// call stack: a tree grown one node per insertion may be as deep as it is
+// large.
 template <unsigned D>
-void closest_walk(const kd_view<D>& tree, const double* q, unsigned excluded, double& best,
-                  unsigned& candidate) noexcept {
-  closest_stack pending;
+unsigned closest_walk(const kd_view<D> tree, const double* q, unsigned excluded, double best,
+                      unsigned candidate) noexcept {
+  closest_step local[64];
+  closest_stack pending{local, 0, 64};
+  closest_overflow overflow;
   unsigned s = 0, axis = 0;
-  // The slot whose subtree is complete once the pending entries above it are
-  // done, and its axis: where the climb starts after entries were dropped.
-  unsigned anchor = NO_INDEX, anchor_axis = 0;
   for (;;) {
     while (s != NO_INDEX) {
       const unsigned v = tree.node(s);
@@ -301,40 +289,42 @@ void closest_walk(const kd_view<D>& tree, const double* q, unsigned excluded, do
           axis = next;
           continue;
         }
-        pending.push(closest_step{diff * diff, far_side, s, next});
+        if (pending.size == pending.capacity) pending = overflow.make_room(pending);
+        pending.entries[pending.size++] = closest_step{diff * diff, far_side, s, next};
       }
       s = near_side;
       axis = next;
     }
     // The next pending far side that the radius has not ruled out since.
-    while (s == NO_INDEX && !pending.empty()) {
-      const closest_step e = pending.pop();
-      anchor = e.anchor;
-      anchor_axis = previous_axis(e.axis, D);
+    while (s == NO_INDEX && pending.size > 0) {
+      const closest_step& e = pending.entries[--pending.size];
       if (!(e.diff2 >= best)) {
         s = e.far;
         axis = e.axis;
       }
     }
     if (s != NO_INDEX) continue;
-    if (!pending.dropped() || anchor == NO_INDEX) return;
-    // Forgotten entries are far sides of ancestors of the anchor: climb to
-    // the first ancestor reached from its near side whose far side is still
-    // open.  Every slot climbed through has its subtree done, so a query
+    if (!overflow.dropped()) return candidate;
+    // Entries were forgotten: they are far sides of ancestors of the anchor
+    // of the last entry taken (entries[0], the stack being empty), whose
+    // subtree is done.  Climb to the first ancestor reached from its near
+    // side whose far side is still open, and go on from there through the
+    // stack.  Every slot climbed through has its subtree done, so a query
     // climbs through each slot once at most.
-    for (unsigned x = anchor; s == NO_INDEX;) {
+    unsigned x = pending.entries[0].anchor, x_axis = previous_axis(pending.entries[0].axis, D);
+    for (;;) {
       const unsigned a = parent_slot(tree, x);
-      if (a == NO_INDEX) return;
-      const unsigned a_axis = previous_axis(anchor_axis, D);
+      if (a == NO_INDEX) return candidate;
+      const unsigned a_axis = previous_axis(x_axis, D);
       const double diff = q[a_axis] - tree.at(tree.node(a))[a_axis];
       const unsigned near_side = diff < 0 ? tree.left(a) : tree.right(a);
       const unsigned far_side = diff < 0 ? tree.right(a) : tree.left(a);
       if (x == near_side && far_side != NO_INDEX && !(diff * diff >= best)) {
-        s = far_side;
-        axis = next_axis(a_axis, D);
+        pending.entries[pending.size++] = closest_step{diff * diff, far_side, a, next_axis(a_axis, D)};
+        break;
       }
-      x = anchor = a;
-      anchor_axis = a_axis;
+      x = a;
+      x_axis = a_axis;
     }
   }
 }
@@ -369,8 +359,7 @@ unsigned find_closest_node(const kd_view<D>& tree, const double* q, unsigned exc
   }
   // Also when the descent found nothing (it may have passed only through the
   // excluded node): the full search then starts without a bound.
-  closest_walk<D>(tree, q, excluded, best, candidate);
-  return candidate;
+  return closest_walk<D>(tree, q, excluded, best, candidate);
 }
 
 // Walk stack entry of the box query.

@@ -119,7 +119,7 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
       lo[k] = p[k] - d;
       hi[k] = p[k] + d;
     }
-    unsigned best = s, copies = 0;
+    unsigned best = s, copies = 0, within = 0;
     double bound = bound0;
     bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
       const double q = detail::squared_distance<D>(c.x, p);
@@ -127,6 +127,7 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
         best = c.node;
         bound = q;
       }
+      within += q <= bound0;
       if (q == 0.0) copies += detail::same_place<D>(c.x, p);
     });
     if (!walked) return detail::OUT_OF_MEMORY;
@@ -134,12 +135,12 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
     if (copies >= detail::PLACE_COPIES && place == NO_INDEX) {
       // The same query again, keeping the candidates for the later sources.
       found.clear();
-      bool kept = true;
+      if (!found.reserve(within)) return detail::OUT_OF_MEMORY;
       walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
         const double q = detail::squared_distance<D>(c.x, p);
-        if (q <= bound0) kept = kept && found.push_back(detail::place_candidate{q, c.node, rk[c.node], found.size()});
+        if (q <= bound0) found.push_back(detail::place_candidate{q, rk[c.node], found.size()});  // reserved
       });
-      if (!walked || !kept || !places.add(p, found.data(), found.size(), T.size())) return detail::OUT_OF_MEMORY;
+      if (!walked || !places.add(p, found.data(), found.size(), T.data(), T.size())) return detail::OUT_OF_MEMORY;
     }
   }
 

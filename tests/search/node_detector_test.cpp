@@ -433,21 +433,26 @@ std::vector<unsigned> growth_order(unsigned n, std::mt19937_64& g) {
   return order;
 }
 
+// One walker per node (one node per insert call) or one for all of them
+// (one call, which may stop using the cache on the way).
 template <unsigned D>
-void check_cached_walk(const dense2D<double>& pos, const std::vector<unsigned>& order, unsigned balanced) {
+void check_cached_walk(const dense2D<double>& pos, const std::vector<unsigned>& order, unsigned balanced,
+                       bool one_walker) {
   // Both trees start balanced over the first nodes.
   std::vector<unsigned> first(order.begin(), order.begin() + balanced), expected, got;
   dense2D<unsigned> built;
   ASSERT_TRUE(detail::build_tree<D>(pos, first.data(), balanced, built));
   expected = got = to_vector(built);
-  got.reserve(3 * order.size());
+  got.reserve(3 * order.size());  // the walkers keep its address
   std::vector<unsigned> path(detail::PATH_WORDS);
   detail::reset_path(path.data());
+  detail::insertion_walk<D> shared(pos.data(), pos.ld(), got.data(), path.data());
   for (unsigned i = balanced; i < order.size(); ++i) {
     const unsigned slot = unsigned(got.size() / 3);
     got.insert(got.end(), {order[i], NO, NO});
-    detail::insertion_walk<D> walk(pos.data(), pos.ld(), got.data(), path.data());
-    ASSERT_EQ(walk.link(slot, order[i]), reference_link<D>(pos, expected, order[i])) << "node " << i;
+    detail::insertion_walk<D> own(pos.data(), pos.ld(), got.data(), path.data());
+    ASSERT_EQ((one_walker ? shared : own).link(slot, order[i]), reference_link<D>(pos, expected, order[i]))
+        << "node " << i;
   }
   EXPECT_EQ(got, expected);
 
@@ -474,12 +479,13 @@ TEST(NodeDetector, CachedInsertionWalkMatchesTheWalkFromTheRoot) {
       auto g = rng(100 * rows + kind);
       const dense2D<double> pos = strided(growth_case(kind, rows, 1500, g));
       const std::vector<unsigned> order = growth_order(pos.cols(), g);
-      for (unsigned balanced : {1u, 200u}) {
-        if (rows == 2)
-          check_cached_walk<2>(pos, order, balanced);
-        else
-          check_cached_walk<3>(pos, order, balanced);
-      }
+      for (unsigned balanced : {1u, 200u})
+        for (bool one_walker : {false, true}) {
+          if (rows == 2)
+            check_cached_walk<2>(pos, order, balanced, one_walker);
+          else
+            check_cached_walk<3>(pos, order, balanced, one_walker);
+        }
     }
 }
 

@@ -70,7 +70,8 @@ class PLEXA_API node_detector {
   int reinit(const dense2D<double>&& pos) = delete;
   int reinit(const dense2D<double>&& pos, const dense1D<unsigned int, 8>& nodes) = delete;
   int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>& connect) = delete;
-  int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>* first, const dense2D<unsigned int>* last) = delete;
+  int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>* first,
+             const dense2D<unsigned int>* last) = delete;
 
   // Adds nodes to the tree, in a shuffled order (fresh MT19937 seeded with 1).
   // Entries not below the current column count of the coordinate matrix

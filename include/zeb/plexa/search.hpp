@@ -94,14 +94,16 @@ class PLEXA_API node_detector {
   // Index of the indexed node closest to p (squared Euclidean distance);
   // among nodes at the same distance the first met by the search wins.
   // UINT_MAX for an empty detector, or when no squared distance is finite
-  // (NaN coordinates, overflow beyond the largest double).
+  // (NaN coordinates, overflow beyond the largest double); nodes with NaN
+  // coordinates never hide the others.
   // A 2-D point asked of a 3-D tree is taken with z = 0; a 3-D point asked
   // of a 2-D tree is taken by its x and y.
   unsigned int find_closest(const vector_fixed<double, 2>& p) const;
   unsigned int find_closest(const vector_fixed<double, 3>& p) const;
   // The indexed node closest to node `node`, that node itself excluded;
   // UINT_MAX when node is not a column of the coordinate matrix, or no other
-  // node is indexed.
+  // indexed node is at a finite squared distance (none is from a node with
+  // a NaN or infinite coordinate).
   unsigned int find_closest(unsigned int node) const;
 
   // Appends to IDs, in visiting order, every indexed node inside the closed

@@ -6,6 +6,8 @@
 
 #include "core/aliasing.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
+#include "search/coincident_sources.hpp"
 #include "search/kd_tree.hpp"
 
 namespace zeb {
@@ -97,28 +99,50 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   const double d = tolerance, bound0 = tolerance * tolerance;
   const unsigned* rk = rank.data();
   const detail::build_item<D>* items = tree.data();
+  // Places where many targets coincide: their later sources are answered
+  // without a query (coincident_sources.hpp).
+  detail::coincident_sources<D> places;
+  dense1D<detail::place_candidate, 8> found;
   for (unsigned i = 0, m = S.size(); i < m; ++i) {
     const unsigned s = same ? items[i].node : S[i];
     const unsigned limit = rule.limit(rk[s]);
     if (limit == 0) continue;
     const double* p = same ? items[i].x : x + s * ld;
+    const unsigned place = places.find(p);
+    if (place != NO_INDEX && places.answered(place)) {
+      double q;
+      const unsigned t = places.answer(place, limit, q);
+      if (t != NO_INDEX && !records.push_back(merge_record{q, s, t})) return detail::OUT_OF_MEMORY;
+      continue;
+    }
     double lo[D], hi[D];
     for (unsigned k = 0; k < D; ++k) {
       lo[k] = p[k] - d;
       hi[k] = p[k] + d;
     }
-    unsigned best = s;
+    unsigned best = s, copies = 0, within = 0;
     double bound = bound0;
-    const bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack,
-                                                    [&](const detail::build_item<D>& c) {
-                                                      const double q = detail::squared_distance<D>(c.x, p);
-                                                      if (q <= bound && rk[c.node] < limit) {
-                                                        best = c.node;
-                                                        bound = q;
-                                                      }
-                                                    });
-    if (!walked) return -199;
-    if (best != s && !records.push_back(merge_record{bound, s, best})) return -199;
+    bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
+      const double q = detail::squared_distance<D>(c.x, p);
+      if (q <= bound && rk[c.node] < limit) {
+        best = c.node;
+        bound = q;
+      }
+      within += q <= bound0;
+      if (q == 0.0) copies += detail::same_place<D>(c.x, p);
+    });
+    if (!walked) return detail::OUT_OF_MEMORY;
+    if (best != s && !records.push_back(merge_record{bound, s, best})) return detail::OUT_OF_MEMORY;
+    if (copies >= detail::PLACE_COPIES && place == NO_INDEX) {
+      // The same query again, keeping the candidates for the later sources.
+      found.clear();
+      if (!found.reserve(within)) return detail::OUT_OF_MEMORY;
+      walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
+        const double q = detail::squared_distance<D>(c.x, p);
+        if (q <= bound0) found.push_back(detail::place_candidate{q, rk[c.node], found.size()});  // reserved
+      });
+      if (!walked || !places.add(p, found.data(), found.size(), T.data(), T.size())) return detail::OUT_OF_MEMORY;
+    }
   }
 
   for (const merge_record& r : records) out[r.source] = r.target;

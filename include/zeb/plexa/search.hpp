@@ -47,6 +47,13 @@ class PLEXA_API node_detector {
   node_detector(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes);
   node_detector(const dense2D<double>& pos, const dense2D<unsigned int>& connect);
   node_detector(const dense2D<double>& pos, const dense2D<unsigned int>* first, const dense2D<unsigned int>* last);
+  // The detector keeps a pointer to the coordinate matrix object: a
+  // temporary matrix would leave it dangling, so these do not compile.
+  explicit node_detector(const dense2D<double>&& pos) = delete;
+  node_detector(const dense2D<double>&& pos, const dense1D<unsigned int, 8>& nodes) = delete;
+  node_detector(const dense2D<double>&& pos, const dense2D<unsigned int>& connect) = delete;
+  node_detector(const dense2D<double>&& pos, const dense2D<unsigned int>* first,
+                const dense2D<unsigned int>* last) = delete;
   // Independent copy of the tree, referring to the same coordinate matrix.
   // When memory cannot be had the copy is an empty detector.
   node_detector(const node_detector& other);
@@ -72,6 +79,12 @@ class PLEXA_API node_detector {
   int reinit(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes);
   int reinit(const dense2D<double>& pos, const dense2D<unsigned int>& connect);
   int reinit(const dense2D<double>& pos, const dense2D<unsigned int>* first, const dense2D<unsigned int>* last);
+  // Not from a temporary matrix (the detector keeps a pointer to it).
+  int reinit(const dense2D<double>&& pos) = delete;
+  int reinit(const dense2D<double>&& pos, const dense1D<unsigned int, 8>& nodes) = delete;
+  int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>& connect) = delete;
+  int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>* first,
+             const dense2D<unsigned int>* last) = delete;
 
   // Adds nodes to the tree, in a shuffled order (fresh MT19937 seeded with 1).
   // Entries not below the current column count of the coordinate matrix
@@ -80,20 +93,30 @@ class PLEXA_API node_detector {
   // The connectivity form inserts the distinct nodes of `connect`.
   // Returns the number of nodes added: 0 for an empty detector and when
   // memory cannot be had (the tree is then unchanged).
+  //
+  // Cost: the tree is never rebalanced, and its shape decides which node
+  // wins a tie, so nodes inserted one per call in sorted order (along a
+  // line, say) or at one place make a chain as deep as their number.  Such
+  // insertions stay O(1) per call (the walk restarts near the end of the
+  // previous one), but closest-node and box queries on a chain cost O(depth)
+  // each.  To keep the tree shallow, insert nodes in batches (each call
+  // shuffles its list) or reinit() once they are all known.
   unsigned int insert(const dense1D<unsigned int, 8>& nodes);
   unsigned int insert(const dense2D<unsigned int>& connect);
 
   // Index of the indexed node closest to p (squared Euclidean distance);
   // among nodes at the same distance the first met by the search wins.
   // UINT_MAX for an empty detector, or when no squared distance is finite
-  // (NaN coordinates, overflow beyond the largest double).
+  // (NaN coordinates, overflow beyond the largest double); nodes with NaN
+  // coordinates never hide the others.
   // A 2-D point asked of a 3-D tree is taken with z = 0; a 3-D point asked
   // of a 2-D tree is taken by its x and y.
   unsigned int find_closest(const vector_fixed<double, 2>& p) const;
   unsigned int find_closest(const vector_fixed<double, 3>& p) const;
   // The indexed node closest to node `node`, that node itself excluded;
   // UINT_MAX when node is not a column of the coordinate matrix, or no other
-  // node is indexed.
+  // indexed node is at a finite squared distance (none is from a node with
+  // a NaN or infinite coordinate).
   unsigned int find_closest(unsigned int node) const;
 
   // Appends to IDs, in visiting order, every indexed node inside the closed
@@ -114,6 +137,9 @@ class PLEXA_API node_detector {
  private:
   // Replaces the tree by a balanced one over `nodes` (checked, distinct).
   int adopt(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes);
+  // The cache of the last insertion walk, made on first use; nullptr when
+  // memory cannot be had.
+  unsigned int* insertion_path();
 
   // At most one of the two is set: the coordinates of a 2-D or of a 3-D tree.
   const dense2D<double>* pos2_ = nullptr;
@@ -125,6 +151,10 @@ class PLEXA_API node_detector {
   // of those slots.
   dense1D<unsigned int, 8> flag_bits_;
   dense1D<unsigned int, 8> flagged_;
+  // The deepest slots of the last insertion walk with the bounds of their
+  // regions, where the next walk may start (src/search/insertion_path.hpp).
+  // A pure cache: emptied by reinit and clear, never copied.
+  dense1D<unsigned int, 8> path_;
 };
 
 // Node merging.  Every node lying within `tolerance` of an eligible node is

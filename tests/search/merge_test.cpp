@@ -1,3 +1,5 @@
+// Node merging (src/search/merge.cpp, coincident_sources.hpp, the implicit
+// tree of kd_tree.hpp).
 #include <cmath>
 
 #include "search/kd_tree.hpp"

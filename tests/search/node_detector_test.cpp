@@ -1,3 +1,5 @@
+// node_detector (src/search/node_detector.cpp, kd_tree.hpp,
+// insertion_path.hpp).
 #include <pthread.h>
 
 #include <algorithm>

@@ -43,7 +43,7 @@ int check_metrics(const dense2D<double>& pos, const dense2D<double>& metrics) no
 // the input `in` it is detached from it, so that its writes go to a fresh
 // block.
 template <class Out, class In>
-void empty_output(Out& out, const In& in) noexcept {
+void empty_for_refill(Out& out, const In& in) noexcept {
   if (static_cast<const void*>(out.storage()) != nullptr &&
       static_cast<const void*>(out.storage()) == static_cast<const void*>(in.storage()))
     out.clear_hard();

@@ -115,7 +115,7 @@ void fill(const dense2D<double>& pos, const dense2D<unsigned>& connect, element_
     constexpr element_type K = decltype(kind)::value;
     if constexpr (D >= detail::dimension(K)) {
       range r;
-      if constexpr (detail::higher_order_nodes(K) != nullptr)
+      if constexpr (detail::linear_type(K) != K)  // quadratic
         quadratic_range<K, D>(p, ld, col, r);
       else
         linear_range<K, D>(p, ld, col, r);
@@ -131,7 +131,7 @@ int jacobians(const dense2D<double>& pos, const dense2D<unsigned int>& connect, 
   // Shallow copies first: dets may be pos itself.
   const dense2D<double> x = pos;
   const dense2D<unsigned> c = connect;
-  detail::empty_output(dets, x);
+  detail::empty_for_refill(dets, x);
   element_type narrowed;
   const int check = detail::check_mesh(x, c, type, narrowed);
   if (check != 0) return check < 0 ? check : detail::SUCCESS;

@@ -55,7 +55,7 @@ int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned int>& con
   // Shallow copies first: qualities may share its storage with pos.
   const dense2D<double> x = pos;
   const dense2D<unsigned> c = connect;
-  detail::empty_output(qualities, x);
+  detail::empty_for_refill(qualities, x);
   element_type narrowed;
   const int check = detail::check_mesh(x, c, type, narrowed);
   if (check != 0) return check < 0 ? check : detail::SUCCESS;
@@ -66,8 +66,8 @@ int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned int>& con
                     const dense2D<double>& metrics, dense1D<double, 8>& qualities) {
   const dense2D<double> x = pos, m = metrics;
   const dense2D<unsigned> c = connect;
-  detail::empty_output(qualities, x);
-  detail::empty_output(qualities, m);
+  detail::empty_for_refill(qualities, x);
+  detail::empty_for_refill(qualities, m);
   element_type narrowed;
   int check = detail::check_mesh(x, c, type, narrowed);
   if (check != 0) return check < 0 ? check : detail::SUCCESS;

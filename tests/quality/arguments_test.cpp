@@ -50,7 +50,7 @@ TEST(QualityArguments, ChecksComeInOrderAndFailuresLeaveEmptyOutputs) {
   const dense2D<double> flat = mesh_of(regular(ELT_TETRA4), 2).pos;
 
   // -3 first: no quality for edges, nodes, or values outside the enumeration.
-  for (int t : {int(ELT_NONE), int(ELT_NODE), int(ELT_EDGE_MIX), int(ELT_EDGE2), int(ELT_EDGE3), 23, -1})
+  for (int t : {int(ELT_NONE), int(ELT_NODE), int(ELT_EDGE_MIX), int(ELT_EDGE2), int(ELT_EDGE3), 23, 31})
     EXPECT_CODES(-3, flat, plexa_test::connectivity(2, {0, 1}), element_type(t), metrics, -3);
   // Then an empty connectivity is nothing to do, whatever the rest.
   EXPECT_CODES(0, dense2D<double>(), dense2D<unsigned>(4, 0), ELT_TETRA4, metrics, 0);

@@ -227,7 +227,9 @@ TEST(ShapeQualities, InvertedAndTangledElementsAreNegative) {
       const double q = quality_of(y, k, dim);
       EXPECT_LT(std::fabs(q - previous), 0.05) << k << ' ' << t;
       if (q < 0) crossed = true;
-      if (crossed) EXPECT_LE(q, 0.0) << k << ' ' << t;
+      if (crossed) {
+        EXPECT_LE(q, 0.0) << k << ' ' << t;
+      }
       previous = q;
       if (t > 1.01) {
         const matrix mirror = {{{1, 0, 0}, {0, -1, 0}, {0, 0, 1}}};

@@ -143,8 +143,12 @@ PLEXA_API int min_quality(const dense2D<double>& pos, const dense2D<unsigned int
 // Output: dets, 2 x connect.cols(), emptied first: column j holds the
 // smallest and the largest determinant of element j (NaN when a coordinate
 // is not finite).  Their ratio, smallest over largest, is the scaled
-// Jacobian: 1 for an element with a constant determinant, at most 1 for a
-// positive element, 0 or below for a degenerate or inverted one.
+// Jacobian of a positive element: 1 when the determinant is constant (every
+// linear simplex, parallelogram and parallelepiped), in (0, 1] while the
+// element is valid; a smallest determinant of 0 or below marks a degenerate,
+// tangled or inverted element.  (For an element whose determinants are all
+// negative, largest over the magnitude of the smallest is the opposite of
+// its mirror image's ratio: `plexa quality` reports that.)
 // Returns the codes of shape_qualities, in the same order (-199 when dets
 // cannot be sized, dets then empty).
 PLEXA_API int jacobians(const dense2D<double>& pos, const dense2D<unsigned int>& connect, element_type type,

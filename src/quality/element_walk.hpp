@@ -39,18 +39,6 @@ int check_mesh(const dense2D<double>& pos, const dense2D<unsigned>& connect, ele
 // positive definite with finite entries; 0 otherwise.
 int check_metrics(const dense2D<double>& pos, const dense2D<double>& metrics) noexcept;
 
-// Empties an output that the call refills; when it shares its storage with
-// the input `in` it is detached from it, so that its writes go to a fresh
-// block.
-template <class Out, class In>
-void empty_for_refill(Out& out, const In& in) noexcept {
-  if (static_cast<const void*>(out.storage()) != nullptr &&
-      static_cast<const void*>(out.storage()) == static_cast<const void*>(in.storage()))
-    out.clear_hard();
-  else
-    out.clear();
-}
-
 // Calls f(kind<K>(), column, j) for every column j of connect: K is the
 // declared type, or for the mixed types the kind the column's markers give.
 template <class F>

@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "core/aliasing.hpp"
 #include "core/result_codes.hpp"
 #include "quality/element_corners.hpp"
 #include "quality/element_walk.hpp"
@@ -131,7 +132,7 @@ int jacobians(const dense2D<double>& pos, const dense2D<unsigned int>& connect, 
   // Shallow copies first: dets may be pos itself.
   const dense2D<double> x = pos;
   const dense2D<unsigned> c = connect;
-  detail::empty_for_refill(dets, x);
+  detail::empty_output(dets, x);
   element_type narrowed;
   const int check = detail::check_mesh(x, c, type, narrowed);
   if (check != 0) return check < 0 ? check : detail::SUCCESS;

@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "core/aliasing.hpp"
 #include "core/result_codes.hpp"
 #include "quality/element_walk.hpp"
 #include "quality/shape_measure.hpp"
@@ -55,7 +56,7 @@ int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned int>& con
   // Shallow copies first: qualities may share its storage with pos.
   const dense2D<double> x = pos;
   const dense2D<unsigned> c = connect;
-  detail::empty_for_refill(qualities, x);
+  detail::empty_output(qualities, x);
   element_type narrowed;
   const int check = detail::check_mesh(x, c, type, narrowed);
   if (check != 0) return check < 0 ? check : detail::SUCCESS;
@@ -66,8 +67,7 @@ int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned int>& con
                     const dense2D<double>& metrics, dense1D<double, 8>& qualities) {
   const dense2D<double> x = pos, m = metrics;
   const dense2D<unsigned> c = connect;
-  detail::empty_for_refill(qualities, x);
-  detail::empty_for_refill(qualities, m);
+  detail::empty_output(qualities, x, m);
   element_type narrowed;
   int check = detail::check_mesh(x, c, type, narrowed);
   if (check != 0) return check < 0 ? check : detail::SUCCESS;

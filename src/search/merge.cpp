@@ -4,7 +4,10 @@
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/search.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
+#include "search/coincident_sources.hpp"
 #include "search/kd_tree.hpp"
 
 namespace zeb {
@@ -96,28 +99,50 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   const double d = tolerance, bound0 = tolerance * tolerance;
   const unsigned* rk = rank.data();
   const detail::build_item<D>* items = tree.data();
+  // Places where many targets coincide: their later sources are answered
+  // without a query (coincident_sources.hpp).
+  detail::coincident_sources<D> places;
+  dense1D<detail::place_candidate, 8> found;
   for (unsigned i = 0, m = S.size(); i < m; ++i) {
     const unsigned s = same ? items[i].node : S[i];
     const unsigned limit = rule.limit(rk[s]);
     if (limit == 0) continue;
     const double* p = same ? items[i].x : x + s * ld;
+    const unsigned place = places.find(p);
+    if (place != NO_INDEX && places.answered(place)) {
+      double q;
+      const unsigned t = places.answer(place, limit, q);
+      if (t != NO_INDEX && !records.push_back(merge_record{q, s, t})) return detail::OUT_OF_MEMORY;
+      continue;
+    }
     double lo[D], hi[D];
     for (unsigned k = 0; k < D; ++k) {
       lo[k] = p[k] - d;
       hi[k] = p[k] + d;
     }
-    unsigned best = s;
+    unsigned best = s, copies = 0, within = 0;
     double bound = bound0;
-    const bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack,
-                                                    [&](const detail::build_item<D>& c) {
-                                                      const double q = detail::squared_distance<D>(c.x, p);
-                                                      if (q <= bound && rk[c.node] < limit) {
-                                                        best = c.node;
-                                                        bound = q;
-                                                      }
-                                                    });
-    if (!walked) return -199;
-    if (best != s && !records.push_back(merge_record{bound, s, best})) return -199;
+    bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
+      const double q = detail::squared_distance<D>(c.x, p);
+      if (q <= bound && rk[c.node] < limit) {
+        best = c.node;
+        bound = q;
+      }
+      within += q <= bound0;
+      if (q == 0.0) copies += detail::same_place<D>(c.x, p);
+    });
+    if (!walked) return detail::OUT_OF_MEMORY;
+    if (best != s && !records.push_back(merge_record{bound, s, best})) return detail::OUT_OF_MEMORY;
+    if (copies >= detail::PLACE_COPIES && place == NO_INDEX) {
+      // The same query again, keeping the candidates for the later sources.
+      found.clear();
+      if (!found.reserve(within)) return detail::OUT_OF_MEMORY;
+      walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
+        const double q = detail::squared_distance<D>(c.x, p);
+        if (q <= bound0) found.push_back(detail::place_candidate{q, rk[c.node], found.size()});  // reserved
+      });
+      if (!walked || !places.add(p, found.data(), found.size(), T.data(), T.size())) return detail::OUT_OF_MEMORY;
+    }
   }
 
   for (const merge_record& r : records) out[r.source] = r.target;
@@ -158,9 +183,9 @@ bool identity(unsigned n, dense1D<unsigned, 8>& list) {
 
 int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes1, const dense1D<unsigned int, 8>& nodes2,
           dense1D<unsigned int, 8>& new_IDs, double tolerance) {
-  // Views taken before new_IDs is emptied: it may be one of the lists.
+  // The lists as on entry: new_IDs may be one of them.
   const dense1D<unsigned int, 8> list1 = nodes1, list2 = nodes2;
-  new_IDs.clear_hard();
+  detail::empty_output(new_IDs, list1, list2);
   const unsigned n = pos.cols();
   if (n == 0) return 0;
   if (pos.rows() != 2 && pos.rows() != 3) return -1;

@@ -47,6 +47,9 @@
 // tables of topology.hpp are deliberately not uniform in this convention:
 // they see the faces of a positive tetrahedron pointing out of it and those
 // of a positive pyramid, wedge or hexahedron pointing into it.
+//
+// Threads: the library keeps no global mutable state and starts no thread;
+// the table look-ups below may be called from any thread.
 #pragma once
 
 #include <zeb/dense.hpp>

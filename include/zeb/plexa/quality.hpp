@@ -52,7 +52,15 @@
 // a negative value reads as 0.  The quality is NaN when a coordinate is
 // not finite; elements of any size are measured exactly (a scale beyond the
 // squares of doubles is first brought back by a power of two).
-
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: the call reads its inputs as they were on entry, and an output it
+// empties is then detached from the shared block (the other views keep
+// their entries).
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
 #pragma once
 
 #include <zeb/plexa/core.hpp>

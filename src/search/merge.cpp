@@ -75,7 +75,7 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
                dense1D<unsigned, 8>& map) {
   const unsigned n = pos.cols();
   dense1D<detail::build_item<D>, 8> tree;
-  if (!detail::gather_items<D>(pos, T.data(), T.size(), tree)) return -199;
+  if (!detail::gather_items<D>(pos, T.data(), T.size(), tree)) return detail::OUT_OF_MEMORY;
   detail::order_implicit<D>(tree.data(), 0, tree.size(), 0);
 
   dense1D<unsigned, 8> rank;
@@ -83,9 +83,9 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   dense1D<detail::range_step, 8> stack;
   eligibility rule;
   rule.mode = mode;
-  if (!rank.resize(n, NO_INDEX) || !map.resize(n) || !stack.reserve(64) || !records.reserve(64)) return -199;
+  if (!rank.resize(n, NO_INDEX) || !map.resize(n) || !stack.reserve(64) || !records.reserve(64)) return detail::OUT_OF_MEMORY;
   for (unsigned k = 0, m = T.size(); k < m; ++k) rank[T[k]] = k;
-  if (mode != 0 && !rule.init(first, last, rank.data())) return -199;
+  if (mode != 0 && !rule.init(first, last, rank.data())) return detail::OUT_OF_MEMORY;
   unsigned* out = map.data();
   for (unsigned i = 0; i < n; ++i) out[i] = i;
 
@@ -194,11 +194,11 @@ int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes1, co
   if (bad_tolerance(tolerance)) return -4;
 
   dense1D<unsigned int, 8> S, T;
-  if (unique_indices(S, list1, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(S, list1, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   if (list1 == list2)
     T = S;
   else if (unique_indices(T, list2, dense1D<unsigned int, 8>()) < 0)
-    return -199;
+    return detail::OUT_OF_MEMORY;
   if (S.empty() || T.empty()) return 0;
   return run_core(pos, S, T, nullptr, nullptr, 0, tolerance, new_IDs);
 }
@@ -217,16 +217,16 @@ int merge(dense2D<double>& pos, dense1D<unsigned int, 8>& new_IDs, double tolera
 
   // The node-list form on 0 ... n - 1, already distinct.
   dense1D<unsigned int, 8> all, map;
-  if (!identity(n, all)) return -199;
+  if (!identity(n, all)) return detail::OUT_OF_MEMORY;
   const int r = run_core(pos, all, all, nullptr, nullptr, 0, tolerance, map);
   // Argument codes of the inner form read one higher here (its tolerance is
   // this form's third argument); memory stays -199.
-  if (r < 0) return (r < -2 && r != -199) ? r + 1 : r;
+  if (r < 0) return (r < -2 && r != detail::OUT_OF_MEMORY) ? r + 1 : r;
   all.clear_hard();
 
   if (r > 0) {
     dense2D<double> moved;
-    if (!moved.copy(pos)) return -199;
+    if (!moved.copy(pos)) return detail::OUT_OF_MEMORY;
     const unsigned rows = moved.rows();
     double* x = moved.data();
     for (unsigned i = 0; i < n; ++i) {
@@ -258,7 +258,7 @@ int merge(const dense2D<double>& pos, dense2D<unsigned int>* first, dense2D<unsi
     if (!check_IDs(*m, n)) return -2;
 
   dense1D<unsigned int, 8> nodes, map;
-  if (unique_indices(nodes, first, last, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(nodes, first, last, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   if (nodes.empty()) return 0;
   const int r = run_core(pos, nodes, nodes, first, last, mode, tolerance, map);
   if (r < 0) return r;

@@ -1,10 +1,12 @@
 // node_detector: the exported k-d tree over a caller's nodes.
+#include <random>
+
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/search.hpp>
 
+#include "core/result_codes.hpp"
 #include "search/insertion_path.hpp"
 #include "search/kd_tree.hpp"
-#include "search/mt19937.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -18,7 +20,7 @@ unsigned words_for(unsigned bits) noexcept { return unsigned((std::uint64_t(bits
 // The working node list of a list-form reinit: a copy without the markers;
 // -2 when an entry is not a column of pos.
 int list_nodes(const dense1D<unsigned int, 8>& nodes, unsigned n, dense1D<unsigned int, 8>& out) {
-  if (!out.reserve(nodes.size())) return -199;
+  if (!out.reserve(nodes.size())) return detail::OUT_OF_MEMORY;
   for (unsigned v : nodes) {
     if (v == NO_INDEX) continue;
     if (v >= n) return -2;
@@ -92,7 +94,7 @@ int node_detector::adopt(const dense2D<double>& pos, const dense1D<unsigned int,
   dense1D<unsigned int, 8> bits;
   const bool built = pos.rows() == 2 ? detail::build_tree<2>(pos, nodes.data(), nodes.size(), table)
                                      : detail::build_tree<3>(pos, nodes.data(), nodes.size(), table);
-  if (!built || !bits.resize(words_for(nodes.size()), 0u)) return -199;
+  if (!built || !bits.resize(words_for(nodes.size()), 0u)) return detail::OUT_OF_MEMORY;
   pos2_ = pos.rows() == 2 ? &pos : nullptr;
   pos3_ = pos.rows() == 3 ? &pos : nullptr;
   table_ = static_cast<dense2D<unsigned int>&&>(table);
@@ -105,7 +107,7 @@ int node_detector::adopt(const dense2D<double>& pos, const dense1D<unsigned int,
 int node_detector::reinit(const dense2D<double>& pos) {
   if (pos.rows() != 2 && pos.rows() != 3) return -1;
   dense1D<unsigned int, 8> nodes;
-  if (!nodes.resize(pos.cols())) return -199;
+  if (!nodes.resize(pos.cols())) return detail::OUT_OF_MEMORY;
   for (unsigned i = 0; i < nodes.size(); ++i) nodes[i] = i;
   return adopt(pos, nodes);
 }
@@ -195,7 +197,7 @@ unsigned int node_detector::insert(const dense1D<unsigned int, 8>& nodes) {
   if (n > 1) {
     if (!order.copy(nodes)) return 0;
     unsigned* w = order.data();
-    detail::mt19937 gen(1);
+    std::mt19937 gen(1);
     for (unsigned i = 1; i < n; ++i) {
       const unsigned j = unsigned(gen() % (std::uint64_t(i) + 1));
       const unsigned t = w[i];
@@ -277,7 +279,7 @@ int box_query(const dense2D<double>& pos, const dense2D<unsigned int>& table, co
          ok;
   if (!ok) {
     IDs.resize(old_size);
-    return -199;
+    return detail::OUT_OF_MEMORY;
   }
   return int(IDs.size() - old_size);
 }

@@ -103,7 +103,7 @@ int simplify(dense2D<double>& pos, dense2D<unsigned int>* first, dense2D<unsigne
     } else {
       // A strided view gets a block of its own, made before anything changes.
       dense2D<double> fresh;
-      if (!fresh.resize(rows, k)) return -199;
+      if (!fresh.resize(rows, k)) return detail::OUT_OF_MEMORY;
       const double* x = pos.data();
       const std::size_t ld = pos.ld();
       double* y = fresh.data();

@@ -7,7 +7,6 @@
 
 #include "search/insertion_path.hpp"
 #include "search/kd_tree.hpp"
-#include "search/mt19937.hpp"
 #include "search/point_cloud.hpp"
 
 using namespace zeb::plexa;
@@ -205,12 +204,6 @@ TEST(NodeDetector, MemoryFailuresLeaveTheTreeAsItWas) {
     for (unsigned i = 1 + added; i < 40; ++i) d.insert((one[0] = i, one));
     EXPECT_EQ(walk(d), walk(plain)) << k;
   }
-}
-
-TEST(NodeDetector, ShuffleGeneratorIsTheStandardMersenneTwister) {
-  detail::mt19937 mine(1);
-  std::mt19937 standard(1);
-  for (unsigned k = 0; k < 2000; ++k) ASSERT_EQ(mine(), standard()) << k;
 }
 
 namespace {

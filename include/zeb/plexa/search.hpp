@@ -1,6 +1,10 @@
 // Plexa spatial search and node merging: the node_detector k-d tree, merge,
 // removal of degenerate elements and of unused nodes.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Coordinates are a dense2D<double> with one column per node and 2 or 3 rows;
 // connectivities a dense2D<unsigned int> with one column per element.  Every
 // matrix is walked with its leading dimension, so sub-matrix views are
@@ -36,8 +40,9 @@ namespace plexa {
 //
 // The tree is balanced at construction (median splits on x, y[, z] in turn,
 // equal coordinates ordered by node index) and grows afterwards by insertion
-// in a shuffled but reproducible order (a fresh MT19937 seeded with 1 per
-// call), so that the same inputs always give the same tree.
+// in a shuffled but reproducible order (a fresh std::mt19937 seeded with 1
+// per call, whose sequence the standard fixes), so that the same inputs
+// always give the same tree.
 class PLEXA_API node_detector {
  public:
   // An empty detector: queries find nothing, insert() adds nothing.
@@ -86,8 +91,9 @@ class PLEXA_API node_detector {
   int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>* first,
              const dense2D<unsigned int>* last) = delete;
 
-  // Adds nodes to the tree, in a shuffled order (fresh MT19937 seeded with 1).
-  // Entries not below the current column count of the coordinate matrix
+  // Adds nodes to the tree, in a shuffled order (a fresh std::mt19937 seeded
+  // with 1).
+  // Inputs: nodes, or connect for its distinct nodes.  Entries not below the current column count of the coordinate matrix
   // (UINT_MAX included) are skipped; a node already indexed takes an unlinked
   // slot that queries never reach (size() still grows) and is not counted.
   // The connectivity form inserts the distinct nodes of `connect`.
@@ -173,8 +179,9 @@ class PLEXA_API node_detector {
 // tolerance is refused.  On failure new_IDs is left empty and pos and the
 // connectivities are unchanged.
 
-// Merges the nodes of nodes1 onto those of nodes2.  UINT_MAX entries of the
-// lists are ignored.
+// Merges the nodes of nodes1 onto those of nodes2.
+// Inputs: pos (2 or 3 rows), nodes1 (sources) and nodes2 (targets), whose
+// UINT_MAX entries are ignored, tolerance.
 // Output: new_IDs, pos.cols() entries: the representative of every node
 // (new_IDs[i] == i for a node not merged); left empty when pos has no column
 // or either list holds no node.
@@ -194,8 +201,10 @@ PLEXA_API int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& 
 
 // Merges all nodes of pos among themselves (each onto the closest node of
 // smaller index), then gives every merged node the coordinates of its
-// representative.  The column count of pos does not change; when nodes were
-// merged pos receives a contiguous copy holding the new coordinates.
+// representative.
+// Inputs: tolerance.  In place: pos, whose column count does not change;
+// when nodes were merged it receives a contiguous copy holding the new
+// coordinates.
 // Output: new_IDs, pos.cols() entries, as above.
 // Returns the number of merged nodes, or
 //   -1    pos has neither 2 nor 3 rows,
@@ -228,6 +237,8 @@ PLEXA_API int merge(dense2D<double>& pos, double tolerance);
 // are read before any is renumbered, and an entry reached through two of
 // them comes out as if renumbered once (the map sends every representative
 // to itself).
+// Inputs: pos (2 or 3 rows), tolerance, mode.  In place: the connectivities
+// of [first, last), renumbered.
 // Output: new_IDs, pos.cols() entries, as above; empty when the range uses
 // no node.
 // Returns the number of merged nodes, or (checks in this order)
@@ -265,8 +276,9 @@ PLEXA_API int merge(const dense2D<double>& pos, dense2D<unsigned int>& connect, 
 // Removes the degenerate columns of connect: those in which a node index
 // occurs twice.  A column whose only repetition is of UINT_MAX (the trailing
 // rows of a mixed column) is degenerate only when markers_degenerate is true.
-// The kept columns are compacted in their former order and connect is
-// resized to them (a strided view is replaced by a contiguous matrix).
+// Inputs: markers_degenerate.  In place: connect; the kept columns are
+// compacted in their former order and connect is resized to them (a strided
+// view is replaced by a contiguous matrix).
 // Output: new_IDs, one entry per former column: its new index, or UINT_MAX
 // for a removed column.
 // Returns the number of removed columns, or -199 when memory could not be had
@@ -278,10 +290,11 @@ PLEXA_API int remove_degenerated(dense2D<unsigned int>& connect, dense1D<unsigne
 PLEXA_API int remove_degenerated(dense2D<unsigned int>& connect, bool markers_degenerate);
 
 // Removes the nodes of index start or more that no connectivity of the
-// half-open array range [first, last) uses: the kept nodes are compacted in
-// their former order, pos is resized to them (a strided view is replaced by
-// a contiguous matrix) and the connectivities are renumbered.  Nodes below
-// start always keep their place, used or not.  The connectivities of the
+// half-open array range [first, last) uses.  Nodes below start always keep
+// their place, used or not.
+// Inputs: start.  In place: pos (the kept nodes compacted in their former
+// order and pos resized to them; a strided view is replaced by a contiguous
+// matrix) and the connectivities of the range, renumbered.  The connectivities of the
 // range may share storage: those reaching entries of another one are
 // renumbered from copies of their entries taken before anything changes, so
 // that an entry reached through two of them is renumbered once.

@@ -245,57 +245,47 @@ TEST(ShapeQualities, InvertedAndTangledElementsAreNegative) {
   }
 }
 
+// For nodes X and a B with det B > 0, the metric B^T B (= A^-T A^-1 for
+// A = B^-1, X = A x) measures the mesh on X as the plain measure does on
+// x = B X.
 TEST(ShapeQualities, MetricFormMeasuresTheMappedMesh) {
   auto g = plexa_test::rng(29);
   std::uniform_real_distribution<double> u(-1, 1);
-  for (unsigned dim : {2u, 3u}) {
-    // Unmapped meshes: triangles, quadrangles (also in space), tetrahedra
-    // and mixed solids on random nodes.
-    struct mesh {
-      dense2D<unsigned> connect;
-      element_type type;
-      unsigned rows;
-    };
-    std::vector<mesh> meshes = {{plexa_test::grid_triangles(4, 3), ELT_TRIA3, 2},
-                                {plexa_test::grid_quadrangles(4, 3), ELT_QUAD4, 2},
-                                {plexa_test::grid_tetrahedra(3, 2, 2), ELT_TETRA4, 3},
-                                {plexa_test::grid_mixed_solids(3, 2, 2), ELT_SOLID_MIX, 3}};
-    for (const mesh& m : meshes) {
-      if (dim == 2 && m.rows == 3) continue;
+  const struct {
+    dense2D<unsigned> connect;
+    element_type type;
+  } meshes[] = {{plexa_test::grid_triangles(4, 3), ELT_TRIA3},
+                {plexa_test::grid_quadrangles(4, 3), ELT_QUAD4},
+                {plexa_test::grid_tetrahedra(3, 2, 2), ELT_TETRA4},
+                {plexa_test::grid_mixed_solids(3, 2, 2), ELT_SOLID_MIX}};
+  for (unsigned dim : {2u, 3u})
+    for (const auto& m : meshes) {
+      if (dim < detail::dimension(m.type)) continue;
       const unsigned nodes = max_ID(m.connect) + 1;
-      const dense2D<double> x = plexa_test::random_coordinates(g, dim, nodes, 0, 4);
-      // A random A with det A > 0 and the field A^-T A^-1.
-      matrix a;
-      double det;
-      do {
-        for (auto& row : a)
-          for (double& v : row) v = u(g);
-        if (dim == 2) a[0][2] = a[1][2] = a[2][0] = a[2][1] = 0, a[2][2] = 1;
-        det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
-              a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
-      } while (det < 0.2);
-      const std::vector<point> ai = inverse({{a[0][0], a[1][0], a[2][0]}, {a[0][1], a[1][1], a[2][1]},
-                                             {a[0][2], a[1][2], a[2][2]}}, dim);  // columns of A^-1
-      auto entry = [&](int i, int j) {  // (A^-T A^-1)(i, j) = column i . column j of A^-1
-        return ai[i][0] * ai[j][0] + ai[i][1] * ai[j][1] + ai[i][2] * ai[j][2];
-      };
-      const std::vector<double> packed = dim == 2 ? std::vector<double>{entry(0, 0), entry(0, 1), entry(1, 1)}
-                                                  : std::vector<double>{entry(0, 0), entry(0, 1), entry(1, 1),
-                                                                        entry(0, 2), entry(1, 2), entry(2, 2)};
-      dense2D<double> metrics(unsigned(packed.size()), nodes), mapped(dim, nodes);
+      const dense2D<double> X = plexa_test::random_coordinates(g, dim, nodes, 0, 4);
+      matrix b = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+      for (unsigned i = 0; i < dim; ++i)
+        for (unsigned j = 0; j < dim; ++j) b[i][j] += 0.4 * u(g);
+      const std::vector<point> columns = {{b[0][0], b[1][0], b[2][0]}, {b[0][1], b[1][1], b[2][1]},
+                                          {b[0][2], b[1][2], b[2][2]}};
+      if (det_of(columns, 3, {}) < 0) b[0] = {-b[0][0], -b[0][1], -b[0][2]};  // B^T B stays
+      auto btb = [&](int i, int j) { return b[0][i] * b[0][j] + b[1][i] * b[1][j] + b[2][i] * b[2][j]; };
+      const std::vector<double> packed = dim == 2 ? std::vector<double>{btb(0, 0), btb(0, 1), btb(1, 1)}
+                                                  : std::vector<double>{btb(0, 0), btb(0, 1), btb(1, 1),
+                                                                        btb(0, 2), btb(1, 2), btb(2, 2)};
+      dense2D<double> metrics(unsigned(packed.size()), nodes), x(dim, nodes);
       for (unsigned j = 0; j < nodes; ++j) {
         for (unsigned k = 0; k < packed.size(); ++k) metrics(k, j) = packed[k];
-        const point y = transformed(a, point{x(0, j), x(1, j), dim == 3 ? x(2, j) : 0.0});
-        for (unsigned d = 0; d < dim; ++d) mapped(d, j) = y[d];
+        const point y = transformed(b, point{X(0, j), X(1, j), dim == 3 ? X(2, j) : 0.0});
+        for (unsigned d = 0; d < dim; ++d) x(d, j) = y[d];
       }
       dense1D<double, 8> plain, measured;
       ASSERT_EQ(shape_qualities(x, m.connect, m.type, plain), 0);
-      ASSERT_EQ(shape_qualities(plexa_test::strided(mapped), plexa_test::strided(m.connect), m.type,
+      ASSERT_EQ(shape_qualities(plexa_test::strided(X), plexa_test::strided(m.connect), m.type,
                                 plexa_test::strided(metrics), measured), 0);
       EXPECT_TRUE(plexa_test::near(plexa_test::to_vector(measured), plexa_test::to_vector(plain), 1e-11))
           << m.type << ' ' << dim;
     }
-  }
   // The element's metric is the mean of its vertices' metrics.
   const one_element t = mesh_of(regular(ELT_TRIA3), 2);
   dense2D<double> field = plexa_test::coordinates(3, {4, 1, 1, 2, 1, 1, 3, 1, 1});

@@ -50,8 +50,9 @@
 // A face in 3-D coordinates is measured in its own orientation (its
 // determinants taken along the normal of its corners, see `jacobians`), and
 // a negative value reads as 0.  The quality is NaN when a coordinate is
-// not finite; elements of any size are measured exactly (a scale beyond the
-// squares of doubles is first brought back by a power of two).
+// not finite.  Elements of any size are measured alike: one whose squared
+// edge lengths would leave the range of doubles is first scaled by a power
+// of two, which changes no ratio.
 //
 // An output may be the same object as an input, or a view sharing its
 // storage: the call reads its inputs as they were on entry, and an output it

@@ -8,8 +8,9 @@
 #include <zeb/plexa/core.hpp>
 #include <zeb/plexa/io.hpp>
 
-#include "builtin_mesh.hpp"
 #include "command.hpp"
+#include "mesh.hpp"
+#include "mesh_quality.hpp"
 #include "mesh_summary.hpp"
 
 namespace plexa_cli {
@@ -63,14 +64,18 @@ int demo_main(const invocation& call) {
     }
   }
 
-  zeb::dense2D<double> coords;
-  zeb::dense2D<unsigned> solids;
-  if (!builtin_mesh(coords, solids)) return failure(call, "out of memory");
+  mesh m;
+  if (!builtin_mesh(m)) return failure(call, "out of memory");
+  const zeb::dense2D<unsigned>& solids = m.blocks[0];
 
   std::fputs("built-in mesh of mixed solids\n", call.out);
-  if (!write_mesh_summary(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX))
+  mesh_quality q;
+  const char* failed = nullptr;
+  if (!write_mesh_summary(call.out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX) ||
+      measure_quality(m, 0, q, failed) != 0)
     return failure(call, "the built-in mesh is not a valid mixed solid mesh");
-  return write_files(call, folder, coords, solids);
+  write_quality_histogram(call.out, q);
+  return write_files(call, folder, m.coords, solids);
 }
 
 }  // namespace
@@ -82,8 +87,9 @@ extern const command demo_command = {
     "\n"
     "Builds the built-in mesh (two hexahedra, a roof of two wedges, a pyramid\n"
     "and two tetrahedra sharing faces) and prints its node count, its elements\n"
-    "by type and its bounding box.  Then writes into the output folder, which it\n"
-    "creates when missing and names on the standard output:\n"
+    "by type, its bounding box and a histogram of the shape qualities of its\n"
+    "elements (see 'plexa help quality').  Then writes into the output folder,\n"
+    "which it creates when missing and names on the standard output:\n"
     "  demo.mesh  the mesh, as a MEDIT mesh file;\n"
     "  demo.sol   the distance of each node to the origin, as a MEDIT scalar\n"
     "             solution file (MEDIT viewers pair it with demo.mesh).\n"

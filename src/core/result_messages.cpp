@@ -72,16 +72,18 @@ constexpr reason topology_reasons[] = {
     {"sort_elfes", -1, "neighbors", "its column count differs from the connectivity's"},
 };
 
+constexpr const char* unwritable = "the file cannot be opened or written";
+
 constexpr reason io_reasons[] = {
-    {"medit_output", -1, nullptr, "the file cannot be opened"},
+    {"medit_output", -1, nullptr, unwritable},
     {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"medit_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
     {"medit_output", -4, nullptr, "last precedes first"},
     {"medit_output", -5, nullptr, "the number of blocks or colours differs from the number of types or columns"},
     {"medit_output", -6, "colors", "the blocks of the colours cannot be allocated"},
-    {"medit_scalar", -1, nullptr, "the file cannot be opened"},
-    {"medit_vector", -1, nullptr, "the file cannot be opened"},
-    {"medit_tensor", -1, nullptr, "the file cannot be opened"},
+    {"medit_scalar", -1, nullptr, unwritable},
+    {"medit_vector", -1, nullptr, unwritable},
+    {"medit_tensor", -1, nullptr, unwritable},
     {"medit_tensor", -2, nullptr, "its row count is not 3 or 6"},
 };
 

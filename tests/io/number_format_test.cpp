@@ -20,7 +20,6 @@
 
 namespace {
 
-using zeb::plexa::detail::align_right;
 using zeb::plexa::detail::exponent_form;
 using zeb::plexa::detail::format_exponent;
 using zeb::plexa::detail::format_exponent_exact;
@@ -43,7 +42,7 @@ form_under_test exponent(exponent_form form, bool exact = false) {
   const std::string conversion = "%." + std::to_string(form.precision) + form.letter;
   if (exact) return {conversion, [form](double v, char* out) { return format_exponent_exact(v, form, out); }};
   if (form.precision == 6 && form.letter == 'E') return {"%E", [](double v, char* out) { return format_exponent(v, out); }};
-  return {conversion, [form](double v, char* out) { return format_exponent(v, form, out); }};
+  return {conversion, [form](double v, char* out) { return format_exponent(v, form, 0, out); }};
 }
 
 const form_under_test fixed{"%f", [](double v, char* out) { return format_fixed(v, out); }};
@@ -212,24 +211,29 @@ TEST(NumberFormat, IntegersMatchSnprintf) {
   }
 }
 
-// Field widths as the writers use them ("%8d", "%16d", "%16E", "%12.5e"),
-// texts shorter than, as long as and longer than the field.
+// Field widths as the writers use them ("%8d", "%16d", "%16E", "%12.5e")
+// and others, on texts shorter than, as long as and longer than the field.
 TEST(NumberFormat, FieldWidthsMatchSnprintf) {
-  for (int v : {0, -1, 1234567, 12345678, -1234567, 123456789, INT_MIN}) {
-    for (unsigned width : {8u, 16u}) {
-      char mine[32], theirs[32];
-      const std::string conversion = "%" + std::to_string(width) + "d";
-      const int n = std::snprintf(theirs, sizeof theirs, conversion.c_str(), v);
-      EXPECT_EQ(std::string(mine, align_right(mine, format_int(v, mine), width)), std::string(theirs, std::size_t(n)));
+  auto g = plexa_test::rng(11);
+  std::vector<int> ints = {0, -1, 1234567, 12345678, -1234567, 123456789, INT_MIN, INT_MAX};
+  std::uniform_int_distribution<int> any(INT_MIN, INT_MAX), shift(0, 31);
+  for (int i = 0; i < 20000; ++i) ints.push_back(any(g) >> shift(g));
+  std::vector<double> reals = {0.0, -1.5, 1e-300, -DBL_MAX, double(NAN), -double(NAN), -double(INFINITY)};
+  for (int i = 0; i < 20000; ++i) reals.push_back(from_bits(g()));
+  char mine[64], theirs[64];
+  for (unsigned width : {0u, 1u, 8u, 11u, 12u, 13u, 16u, 40u}) {
+    const std::string d = "%" + std::to_string(width) + "d";
+    for (int v : ints) {
+      const int n = std::snprintf(theirs, sizeof theirs, d.c_str(), v);
+      ASSERT_EQ(std::string(mine, format_int(v, width, mine)), std::string(theirs, std::size_t(n))) << d;
     }
-  }
-  for (double v : {0.0, -1.5, 1e-300, -DBL_MAX, double(NAN), -double(INFINITY)}) {
-    char mine[32], theirs[32];
-    int n = std::snprintf(theirs, sizeof theirs, "%16E", v);
-    EXPECT_EQ(std::string(mine, align_right(mine, format_exponent(v, mine), 16)), std::string(theirs, std::size_t(n)));
-    n = std::snprintf(theirs, sizeof theirs, "%12.5e", v);
-    EXPECT_EQ(std::string(mine, align_right(mine, format_exponent(v, {5, 'e'}, mine), 12)),
-              std::string(theirs, std::size_t(n)));
+    for (exponent_form form : {exponent_form{6, 'E'}, exponent_form{5, 'e'}, exponent_form{1, 'e'}}) {
+      const std::string e = "%" + std::to_string(width) + "." + std::to_string(form.precision) + form.letter;
+      for (double v : reals) {
+        const int n = std::snprintf(theirs, sizeof theirs, e.c_str(), v);
+        ASSERT_EQ(std::string(mine, format_exponent(v, form, width, mine)), std::string(theirs, std::size_t(n))) << e;
+      }
+    }
   }
 }
 

@@ -202,25 +202,52 @@ bool round_scaled(u64 m, int q, int s, u32 limit, bool force_exact, u32& n) noex
   return true;
 }
 
-unsigned decimal_digits(u64 u) noexcept {
-  unsigned n = 1;
-  for (; u >= 10000; u /= 10000) n += 4;
-  return n + (u >= 10) + (u >= 100) + (u >= 1000);
+unsigned decimal_digits(u32 u) noexcept {
+  if (u < 100000) return u < 10 ? 1 : u < 100 ? 2 : u < 1000 ? 3 : u < 10000 ? 4 : 5;
+  return u < 1000000 ? 6 : u < 10000000 ? 7 : u < 100000000 ? 8 : u < 1000000000 ? 9 : 10;
 }
 
-// The `count` last decimal digits of u, leading zeros included, ending at `end`.
-void write_digits(u64 u, unsigned count, char* end) noexcept {
-  for (; count >= 2; count -= 2) {
+unsigned decimal_digits(u64 u) noexcept {
+  unsigned n = 0;
+  for (; u > UINT32_MAX; u /= 10000) n += 4;
+  return n + decimal_digits(u32(u));
+}
+
+// Blanks before a text of `length` characters in a field of `width`.
+char* pad(unsigned length, unsigned width, char* out) noexcept {
+  if (length >= width) return out;
+  std::memset(out, ' ', width - length);
+  return out + (width - length);
+}
+
+// The `count` last decimal digits of u, leading zeros included, ending at
+// `end`: four digits per division, in two independent pairs.
+void write_digits(u32 u, unsigned count, char* end) noexcept {
+  for (; count >= 4; count -= 4) {
+    const u32 q = u / 10000, r = u - q * 10000;
+    end -= 4;
+    std::memcpy(end, digit_pairs + 2 * (r / 100), 2);
+    std::memcpy(end + 2, digit_pairs + 2 * (r % 100), 2);
+    u = q;
+  }
+  if (count >= 2) {
     end -= 2;
     std::memcpy(end, digit_pairs + 2 * (u % 100), 2);
     u /= 100;
+    count -= 2;
   }
   if (count) end[-1] = char('0' + u % 10);
 }
 
 char* write_u64(u64 u, char* out) noexcept {
   const unsigned n = decimal_digits(u);
-  write_digits(u, n, out + n);
+  if (n <= 9) {
+    write_digits(u32(u), n, out + n);
+  } else {  // up to 20 digits: at most 2 groups of 9 below the leading ones
+    char* end = out + n;
+    for (; u > 999999999; u /= 1000000000, end -= 9) write_digits(u32(u % 1000000000), 9, end);
+    write_digits(u32(u), unsigned(end - out), end);
+  }
   return out + n;
 }
 
@@ -237,21 +264,22 @@ char* write_big(big_uint& b, char* out) noexcept {
   return out;
 }
 
-// Sign and non-finite text shared by the forms; returns nullptr when the
-// value is finite (the sign is written either way).
-char* write_sign_or_special(u64 bits, bool upper, char*& out) noexcept {
-  if (bits >> 63) *out++ = '-';
+// The text of a non-finite value ("inf", "-NAN", ...) right-aligned in
+// `width`; nullptr when the value is finite.
+char* write_special(u64 bits, bool upper, unsigned width, char* out) noexcept {
   if ((bits >> 52 & 0x7FF) != 0x7FF) return nullptr;
-  const bool nan = (bits & ((u64(1) << 52) - 1)) != 0;
+  const bool negative = bits >> 63, nan = (bits & ((u64(1) << 52) - 1)) != 0;
+  out = pad(3 + negative, width, out);
+  if (negative) *out++ = '-';
   std::memcpy(out, nan ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf"), 3);
   return out + 3;
 }
 
-char* write_exponent(double value, exponent_form form, char* out, bool force_exact) noexcept {
+char* write_exponent(double value, exponent_form form, unsigned width, char* out, bool force_exact) noexcept {
   assert(form.precision >= 1 && form.precision <= PRECISION_MAX);
   u64 bits;
   std::memcpy(&bits, &value, sizeof bits);
-  if (char* end = write_sign_or_special(bits, form.letter == 'E', out)) return end;
+  if (char* end = write_special(bits, form.letter == 'E', width, out)) return end;
   const unsigned precision = form.precision;
   const unsigned biased = unsigned(bits >> 52) & 0x7FF;
   u64 m = bits & ((u64(1) << 52) - 1);
@@ -282,13 +310,17 @@ char* write_exponent(double value, exponent_form form, char* out, bool force_exa
     }
   }
 
+  // Sign, "d.", the decimals, the letter, the exponent's sign and 2 or 3 digits.
+  const bool negative = bits >> 63;
+  const unsigned e = unsigned(k < 0 ? -k : k);
+  out = pad(negative + 2 + precision + 2 + (e < 100 ? 2 : 3), width, out);
+  if (negative) *out++ = '-';
   out[0] = char('0' + n / pow10_u32[precision]);
   out[1] = '.';
   write_digits(n, precision, out + 2 + precision);
   out += 2 + precision;
   out[0] = form.letter;
   out[1] = k < 0 ? '-' : '+';
-  const unsigned e = unsigned(k < 0 ? -k : k);
   if (e < 100) {
     std::memcpy(out + 2, digit_pairs + 2 * e, 2);
     return out + 4;
@@ -300,20 +332,21 @@ char* write_exponent(double value, exponent_form form, char* out, bool force_exa
 
 }  // namespace
 
-char* format_exponent(double value, char* out) noexcept { return write_exponent(value, UPPER_E, out, false); }
+char* format_exponent(double value, char* out) noexcept { return write_exponent(value, UPPER_E, 0, out, false); }
 
-char* format_exponent(double value, exponent_form form, char* out) noexcept {
-  return write_exponent(value, form, out, false);
+char* format_exponent(double value, exponent_form form, unsigned width, char* out) noexcept {
+  return write_exponent(value, form, width, out, false);
 }
 
 char* format_exponent_exact(double value, exponent_form form, char* out) noexcept {
-  return write_exponent(value, form, out, true);
+  return write_exponent(value, form, 0, out, true);
 }
 
 char* format_fixed(double value, char* out) noexcept {
   u64 bits;
   std::memcpy(&bits, &value, sizeof bits);
-  if (char* end = write_sign_or_special(bits, false, out)) return end;
+  if (char* end = write_special(bits, false, 0, out)) return end;
+  if (bits >> 63) *out++ = '-';
   const unsigned biased = unsigned(bits >> 52) & 0x7FF;
   u64 m = bits & ((u64(1) << 52) - 1);
   int q = -1074;
@@ -359,22 +392,15 @@ char* format_fixed(double value, char* out) noexcept {
   return out + 7;
 }
 
-char* format_int(int value, char* out) noexcept {
-  u32 u = u32(value);
-  if (value < 0) {
-    *out++ = '-';
-    u = 0u - u;
-  }
-  return write_u64(u, out);
-}
+char* format_int(int value, char* out) noexcept { return format_int(value, 0, out); }
 
-char* align_right(char* begin, char* end, unsigned width) noexcept {
-  const std::size_t n = std::size_t(end - begin);
-  if (n >= width) return end;
-  const std::size_t pad = width - n;
-  std::memmove(begin + pad, begin, n);
-  std::memset(begin, ' ', pad);
-  return begin + width;
+char* format_int(int value, unsigned width, char* out) noexcept {
+  const u32 u = value < 0 ? 0u - u32(value) : u32(value);
+  const unsigned digits = decimal_digits(u);
+  out = pad(digits + (value < 0), width, out);
+  if (value < 0) *out++ = '-';
+  write_digits(u, digits, out + digits);
+  return out + digits;
 }
 
 }  // namespace detail

@@ -1,7 +1,7 @@
 // Locale-independent number text for the file writers: the exact bytes that
-// printf's "%E", "%.Pe", "%f" and "%d" produce in the C locale (with or
-// without a field width), without going through stdio.  No terminating NUL
-// is written.
+// printf's "%E", "%.Pe", "%f" and "%d" produce in the C locale (the
+// exponent forms and "%d" with or without a field width), without going
+// through stdio.  No terminating NUL is written.
 #pragma once
 
 namespace zeb {
@@ -30,8 +30,10 @@ constexpr exponent_form UPPER_E = {6, 'E'};
 // "INF", "-INF", "NAN", "-NAN" for the non-finite values.  Returns one past
 // the last byte written (at most EXPONENT_TEXT_MAX bytes).
 char* format_exponent(double value, char* out) noexcept;
-// The same in another exponent form: "%.Pe" or "%.PE" for P = precision.
-char* format_exponent(double value, exponent_form form, char* out) noexcept;
+// The same in another exponent form, right-aligned in a field of `width`
+// characters (0: no field): "%<width>.Pe" or "%<width>.PE" for P =
+// form.precision.  At most max(width, EXPONENT_TEXT_MAX) bytes.
+char* format_exponent(double value, exponent_form form, unsigned width, char* out) noexcept;
 
 // The same text computed entirely with exact big-integer arithmetic: the
 // slow path that format_exponent falls back to near ties, open to tests.
@@ -44,15 +46,11 @@ char* format_exponent_exact(double value, exponent_form form, char* out) noexcep
 // written (at most FIXED_TEXT_MAX bytes).
 char* format_fixed(double value, char* out) noexcept;
 
-// Writes `value` as "%d" does.  Returns one past the last byte written (at
-// most INT_TEXT_MAX bytes).
+// Writes `value` as "%d" does, or as "%<width>d" (right-aligned in a field
+// of `width` characters).  Returns one past the last byte written (at most
+// max(width, INT_TEXT_MAX) bytes).
 char* format_int(int value, char* out) noexcept;
-
-// Right-aligns the text [begin, end) in a field of `width` characters as a
-// printf field width does: a shorter text is moved right and blanks fill
-// the left; a longer one is left as it is.  The room from begin to
-// begin + width must be writable.  Returns the end of the field.
-char* align_right(char* begin, char* end, unsigned width) noexcept;
+char* format_int(int value, unsigned width, char* out) noexcept;
 
 }  // namespace detail
 }  // namespace plexa

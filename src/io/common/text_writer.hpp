@@ -50,8 +50,7 @@ class text_writer {
   // "%16E" is put_exponent(v, UPPER_E, 16), "%12.5e" put_exponent(v, {5, 'e'}, 12).
   void put_exponent(double value, exponent_form form, unsigned width) noexcept {
     make_room(width > EXPONENT_TEXT_MAX ? width : EXPONENT_TEXT_MAX);
-    char* begin = buffer_ + used_;
-    used_ = std::size_t(align_right(begin, format_exponent(value, form, begin), width) - buffer_);
+    used_ = std::size_t(format_exponent(value, form, width, buffer_ + used_) - buffer_);
   }
   // n values, each as "%E " writes it (a line of a node's coordinates or
   // of a solution).
@@ -73,11 +72,10 @@ class text_writer {
   }
   // `value` as "%d" writes an unsigned argument: the bits read as an int.
   void put_int(unsigned value) noexcept { put_int(static_cast<int>(value)); }
-  // `value` as "%<width>d" writes it (width at most 64).
+  // `value` as "%<width>d" writes an unsigned argument.
   void put_int(unsigned value, unsigned width) noexcept {
-    make_room(64);
-    char* begin = buffer_ + used_;
-    used_ = std::size_t(align_right(begin, format_int(static_cast<int>(value), begin), width) - buffer_);
+    make_room(width > INT_TEXT_MAX ? width : INT_TEXT_MAX);
+    used_ = std::size_t(format_int(static_cast<int>(value), width, buffer_ + used_) - buffer_);
   }
 
   // Hands the buffered bytes to the stream.

@@ -5,7 +5,7 @@
 # skipped when its reader is missing.
 add_executable(plexa_io_samples ${CMAKE_CURRENT_LIST_DIR}/io_samples.cpp)
 target_link_libraries(plexa_io_samples PRIVATE zeb::plexa)
-target_compile_features(plexa_io_samples PRIVATE cxx_std_20)
+plexa_target_defaults(plexa_io_samples)
 
 if(EXISTS /usr/bin/python3)
   add_test(NAME io.medit_read_by_meshio

@@ -99,7 +99,6 @@ TEST(VtkConvert, RefusalsAndSharedStorageLeaveTheListsAsTheyWere) {
   } refusals[] = {
       {-1, connectivity(3, {0, 1, NO}), ELT_TRIA3},        // the marker in a simple type
       {-1, connectivity(4, {0, 1, 2, 3}), ELT_TRIA3},      // rows do not fit the type
-      {-1, connectivity(4, {0, 1, 2, 3}), 99},             // out-of-range type
       {-2, counting_column(13), ELT_PYRA13},               // left out on purpose
       {-2, counting_column(15), ELT_WEDGE15},
       {-2, counting_column(1), ELT_NODE},

@@ -15,6 +15,10 @@ namespace zeb {
 namespace plexa {
 namespace detail {
 
+// Opens `path` for writing, replacing the file; nullptr when path is null or
+// the file cannot be opened.
+inline std::FILE* open_for_writing(const char* path) noexcept { return path ? std::fopen(path, "w") : nullptr; }
+
 class text_writer {
  public:
   // Writes to `file`, which stays open and owned by the caller.

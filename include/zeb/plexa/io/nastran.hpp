@@ -72,12 +72,13 @@ PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const den
 // Two blocks: the connectivities are joined into one matrix of as many rows
 // as the larger node count of the two types (unused entries UINT_MAX; rows
 // beyond that are not written), the first block's elements with pid 1, the
-// second's with pid 2 and the ids that follow.  Codes as above, then
-// -199 when the joined matrix cannot be allocated.
+// second's with pid 2 and the ids that follow.  Codes: -199 when the
+// joined matrix cannot be allocated (tested first), then those above.
 PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
                              const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 
-// One block, pid 1 for every element.  Codes as above.
+// One block, pid 1 for every element.  Codes: -199 when its ranges and
+// property numbers cannot be allocated (tested first), then those above.
 PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              element_type type);
 

@@ -10,5 +10,6 @@
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/io.hpp>
 #include <zeb/plexa/messages.hpp>
+#include <zeb/plexa/metrics.hpp>
 #include <zeb/plexa/search.hpp>
 #include <zeb/plexa/topology.hpp>

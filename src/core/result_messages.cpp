@@ -24,9 +24,12 @@ constexpr const char* bad_index = "a node index is not below the node count";
 constexpr const char* bad_connectivity = "the connectivity does not fit its element type or names a missing node";
 constexpr const char* reversed = "first is after last";
 constexpr const char* bad_tolerance = "negative or not a number";
+constexpr const char* same_output = "the same object as an earlier output";
 
 constexpr reason index_reasons[] = {
     {"get_IDs", -2, nullptr, "the two connectivities have different row counts"},
+    {"get_IDs", -4, nullptr, "the same object as pos1"},
+    {"get_sorted_order", -3, nullptr, "the same object as order"},
     {"unique_indices", -3, nullptr, reversed},
     {"count_unique_indices", -2, nullptr, reversed},
 };
@@ -34,6 +37,8 @@ constexpr reason index_reasons[] = {
 constexpr reason geometry_reasons[] = {
     {"inc_bounding_box", -1, nullptr, "its row count differs from the dimension of the box"},
     {"inc_bounding_box", -2, nullptr, bad_index},
+    {"inc_bounding_box", -3, nullptr, "the same object as min"},
+    {"inc_bounding_box", -4, nullptr, "the same object as min"},
     {"centroids", -1, nullptr, "its row count is not 1, 2 or 3, or is below the element dimension"},
     {"centroids", -2, nullptr, bad_connectivity},
     {"centroids", -4, nullptr, "element type not supported (linear types only)"},
@@ -68,8 +73,40 @@ constexpr reason topology_reasons[] = {
     {"get_neighbors", -2, nullptr, "element type not supported"},
     {"get_node_graph", -2, "connectivity", "its row count does not fit the element type"},
     {"get_node_graph", -5, "type", "element type without an edge rule"},
-    {"get_subdomains", -2, nullptr, "its column count differs from the connectivity's"},
+    {"get_node_graph", -3, nullptr, "the same object as offsets"},
+    {"get_connected_elements", -3, nullptr, "the same object as offsets"},
+    {"get_subdomains", -2, nullptr, "it shares entries with the connectivity, or its column count differs"},
+    {"get_subdomains", -3, nullptr, "the same object as elements"},
     {"sort_elfes", -1, "neighbors", "its column count differs from the connectivity's"},
+    {"sort_elfes(connectivity, node_counts, group_ends, new_index)", -3, nullptr, "the same object as node_counts"},
+    {"sort_elfes(connectivity, node_counts, group_ends, new_index)", -4, nullptr, same_output},
+    {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -2, nullptr,
+     "it shares entries with the connectivity"},
+    {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -4, nullptr,
+     "the same object as node_counts"},
+    {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -5, nullptr, same_output},
+};
+
+constexpr const char* not_finite = "not finite";
+constexpr const char* not_a_field = "its row count is not 3 or 6";
+
+constexpr reason metrics_reasons[] = {
+    {"bound_metric", -1, nullptr, "no size needed clamping, or the clamped metric is not valid"},
+    {"bound_metric", -2, nullptr, not_finite},
+    {"bound_metric", -3, nullptr, not_finite},
+    {"bound_metrics", -1, nullptr, not_a_field},
+    {"bound_metrics", -2, nullptr, not_finite},
+    {"bound_metrics", -3, nullptr, not_finite},
+    {"overwrite_invalid_metrics(H, h)", -2, nullptr, "not positive"},
+    {"overwrite_invalid_metrics(M, Mref)", -2, nullptr, "a field of another row count, or not a valid metric"},
+    {"overwrite_invalid_metrics", -1, nullptr, "its row count is not 3 or 6, or not that of the reference metric"},
+    {"metrics_iso_to_aniso2d(H, M)", -2, nullptr, "not 3 rows and at least one column per size"},
+    {"metrics_iso_to_aniso2d", -2, nullptr, "not 6 rows and one column per size"},
+    {"metrics_iso_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per size"},
+    {"metrics_iso_to_aniso3d", -2, nullptr, "not 6 rows and at least one column per size"},
+    {"metrics_aniso3d_to_aniso2d", -1, nullptr, "its row count is not 6"},
+    {"metrics_aniso3d_to_aniso2d", -2, nullptr, "not 6 rows and one column per metric"},
+    {"metrics_aniso3d_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per metric"},
 };
 
 constexpr const char* unwritable = "the file cannot be opened or written";
@@ -124,7 +161,7 @@ constexpr family family_of(const reason (&r)[N]) {
 }
 
 constexpr family families[] = {family_of(index_reasons), family_of(geometry_reasons), family_of(search_reasons),
-                               family_of(topology_reasons), family_of(io_reasons)};
+                               family_of(topology_reasons), family_of(metrics_reasons), family_of(io_reasons)};
 
 // Length of the function name at the start of a signature.
 std::size_t name_length(const char* signature) {

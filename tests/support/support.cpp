@@ -75,7 +75,7 @@ dense2D<double> random_coordinates(std::mt19937_64& g, unsigned rows, unsigned c
     return ::testing::AssertionFailure() << "sizes differ: " << a.size() << " vs " << b.size();
   for (std::size_t k = 0; k < a.size(); ++k) {
     const double scale = std::max({1.0, std::fabs(a[k]), std::fabs(b[k])});
-    if (!(std::isnan(a[k]) && std::isnan(b[k])) && !(std::fabs(a[k] - b[k]) <= tol * scale)) {
+    if (a[k] != b[k] && !(std::isnan(a[k]) && std::isnan(b[k])) && !(std::fabs(a[k] - b[k]) <= tol * scale)) {
       std::ostringstream s;
       s.precision(17);
       s << "entry " << k << ": " << a[k] << " vs " << b[k];

@@ -46,7 +46,8 @@ dense2D<unsigned> random_connectivity(std::mt19937_64& g, unsigned rows, unsigne
 dense2D<double> random_coordinates(std::mt19937_64& g, unsigned rows, unsigned cols, double lo = 0.0,
                                    double hi = 1.0);
 
-// Passes when |a - b| <= tol * max(1, |a|, |b|) everywhere (NaN matches NaN);
+// Passes when a == b or |a - b| <= tol * max(1, |a|, |b|) everywhere (NaN
+// matches NaN, an infinity matches itself);
 // otherwise the message names the first bad entry.
 ::testing::AssertionResult near(const std::vector<double>& a, const std::vector<double>& b, double tol = 1e-12);
 ::testing::AssertionResult near(const dense2D<double>& a, const dense2D<double>& b, double tol = 1e-12);

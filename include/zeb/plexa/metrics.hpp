@@ -1,0 +1,283 @@
+// Plexa metrics: metric tensors (sizes and directions) and metric fields.
+//
+// A metric is a symmetric positive definite matrix M prescribing a target
+// size, possibly different in each direction: a vector v has length
+// sqrt(v^T M v) in the metric, and a size h along a unit direction u means
+// u^T M u = 1/h^2.  An isotropic size h is the metric diag(1/h^2); a zero
+// eigenvalue means no constraint (infinite size) in its direction.
+//
+// Metrics are symmetric_fixed<double, 2|3>: the upper triangle packed column
+// by column, (m11, m12, m22) in 2-D and (m11, m12, m22, m13, m23, m33) in
+// 3-D.  A metric is valid when its smallest eigenvalue is > 0 (not NaN).
+// 2-D eigen-problems use closed forms; 3-D ones the packed symmetric solver
+// zeb::lapack::dspev.  A 3-D matrix with a non-finite coefficient is not
+// handed to the solver: its solve fails.
+//
+// Fields hold one metric per node: an isotropic field is a
+// dense1D<double, 8> of sizes (a size is valid when 0 < h < the largest
+// double, 1.7976931348623157e308); an anisotropic field a dense2D<double> of
+// 3 rows (2-D) or 6 rows (3-D), one packed metric per column.  Any other row
+// count is not a metric field.  Matrices are walked with their leading
+// dimension, so sub-matrix views are accepted everywhere.
+//
+// Outputs may be the same objects as inputs, or views sharing their storage:
+// every function reads its inputs as they were on entry.  Output fields are
+// never resized: the caller sizes them.
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
+#pragma once
+
+#include <zeb/plexa/core.hpp>
+
+namespace zeb {
+namespace plexa {
+
+// ---------------------------------------------------------------------------
+// Building metrics from sizes.
+// ---------------------------------------------------------------------------
+
+// Isotropic metric of size h.  Output: M = diag(1/h^2) when h > 0, the zero
+// metric otherwise (zero, negative or NaN h).
+PLEXA_API void metric_aniso(double h, symmetric_fixed<double, 2>& M);
+PLEXA_API void metric_aniso(double h, symmetric_fixed<double, 3>& M);
+
+// Metric with the sizes h1, h2 (, h3) along the coordinate axes.  Output: M
+// diagonal, m_kk = 1/h_k^2 when h_k > 0, else 0; off-diagonals 0.
+PLEXA_API void metric_aniso(double h1, double h2, symmetric_fixed<double, 2>& M);
+PLEXA_API void metric_aniso(double h1, double h2, double h3, symmetric_fixed<double, 3>& M);
+PLEXA_API void metric_aniso(const vector_fixed<double, 2>& H, symmetric_fixed<double, 2>& M);
+PLEXA_API void metric_aniso(const vector_fixed<double, 3>& H, symmetric_fixed<double, 3>& M);
+
+// Metric with the sizes H_k along the axes R_k (the columns of R, not
+// checked for orthonormality).  Output: M = R diag(d) R^T with d_k = 1/H_k^2
+// for H_k != 0 and d_k = 0 for H_k == 0.  Negative sizes count by their
+// magnitude; a NaN size gives NaN coefficients.
+PLEXA_API void metric_aniso(const vector_fixed<double, 2>& H, const matrix_fixed<double, 2, 2>& R,
+                            symmetric_fixed<double, 2>& M);
+PLEXA_API void metric_aniso(const vector_fixed<double, 3>& H, const matrix_fixed<double, 3, 3>& R,
+                            symmetric_fixed<double, 3>& M);
+
+// Isotropic size h seen in a tangent plane with the (possibly non
+// orthonormal) basis T, whose two columns are 3-D vectors t1, t2.
+// Output: M(i, j) = (t_i . t_j)/h^2 when h > 0, the zero metric otherwise.
+PLEXA_API void metric_aniso2d(double h, const matrix_fixed<double, 3, 2>& T, symmetric_fixed<double, 2>& M);
+
+// Restriction of the 3-D metric M3 to the plane of the basis T (columns t1,
+// t2).  Output: M2 = T^T M3 T, computed as M2(i, j) = t_i . (M3 t_j).
+PLEXA_API void metric_aniso3d_to_aniso2d(const symmetric_fixed<double, 3>& M3, const matrix_fixed<double, 3, 2>& T,
+                                         symmetric_fixed<double, 2>& M2);
+
+// ---------------------------------------------------------------------------
+// Eigen-decompositions.
+// 2-D, for M = (a, b, c): s = sqrt((a - c)^2 + 4 b^2), l1 = (a + c - s)/2,
+// l2 = s + l1; when |l1| < 1e-12 |l2| then l1 = (ac - b^2)/l2, else when
+// |l2| < 1e-12 |l1| then l2 = (ac - b^2)/l1.  The solve succeeds when both
+// are finite.
+// ---------------------------------------------------------------------------
+
+// Eigenvalues in ascending order.  Output: L (2 or 3 values).  After a failed
+// solve L holds whatever the solver left (2-D: the values computed; 3-D: NaN
+// for a non-finite M, what dspev wrote otherwise).
+PLEXA_API void eigen_values(const symmetric_fixed<double, 2>& M, vector_fixed<double, 2>& L);
+PLEXA_API void eigen_values(const symmetric_fixed<double, 3>& M, vector_fixed<double, 3>& L);
+
+// Eigenvalues in ascending order and unit eigenvectors forming a
+// right-handed basis.  Outputs: L (ascending), V (column k the eigenvector
+// of L[k]).  2-D: a nearly isotropic M (max(a^2, c^2) 1e-24 at or above the
+// squared norm of the unnormalised first vector) gives V = ((1, 0),
+// (-0.0, 1)); otherwise v2 = (-v1.y, v1.x).  3-D: dspev, then v3 = v1 x v2.
+// Returns true on success; false when the solve fails (L and V unspecified).
+PLEXA_API bool eigen_pairs(const symmetric_fixed<double, 2>& M, vector_fixed<double, 2>& L,
+                           matrix_fixed<double, 2, 2>& V);
+PLEXA_API bool eigen_pairs(const symmetric_fixed<double, 3>& M, vector_fixed<double, 3>& L,
+                           matrix_fixed<double, 3, 3>& V);
+
+// Generalized problem M2 v = l M1 v (the eigen-pairs of M1^-1 M2).
+// Outputs: L (the eigenvalues), V (column k the eigenvector of L[k], scaled
+// to unit length unless its squared length is exactly 0 or 1).
+// 2-D: needs m11 != 0 and det M1 > 0.  3-D: M1 = L L^T by a Cholesky
+// factorisation that tolerates a zero leading pivot (m11 = m12 = m13 = 0, or
+// m12 = m22 = m23 = 0, factorises the remaining 2 x 2 block; a zero last
+// pivot is accepted).  The direction of a zero pivot gets a zero eigenvalue
+// and a zero vector; the other pairs solve the problem restricted to the
+// range of M1.
+// Returns true on success; false when M1 cannot be factorised or the solve
+// fails (L and V unspecified).
+PLEXA_API bool eigen_pairs(const symmetric_fixed<double, 2>& M1, const symmetric_fixed<double, 2>& M2,
+                           vector_fixed<double, 2>& L, matrix_fixed<double, 2, 2>& V);
+PLEXA_API bool eigen_pairs(const symmetric_fixed<double, 3>& M1, const symmetric_fixed<double, 3>& M2,
+                           vector_fixed<double, 3>& L, matrix_fixed<double, 3, 3>& V);
+
+// True when the smallest eigenvalue of M is > 0; false also when the solve
+// fails (NaN or infinite coefficients included).
+PLEXA_API bool is_valid_metric(const symmetric_fixed<double, 2>& M);
+PLEXA_API bool is_valid_metric(const symmetric_fixed<double, 3>& M);
+
+// ---------------------------------------------------------------------------
+// Clamping, maximum, minimum, isotropic size.
+// ---------------------------------------------------------------------------
+
+// Clamps the sizes of M between hmin and hmax: every eigenvalue above
+// 1/hmin^2 (none when hmin <= 0) is lowered to it, then every eigenvalue
+// below 1/hmax^2 (0 when hmax <= 0) is raised to it, so that the hmax bound
+// wins when hmin > hmax.  The eigenvectors are kept: M = V diag(l) V^T.
+// Input and output: M.  Results, in the order tested:
+//    0  hmin <= 0 and hmax is exactly 1.7976931348623157e308 (no bound;
+//       +infinity is not this case): M unchanged;
+//   -2  hmin not finite (M unchanged);
+//   -3  hmax not finite (M unchanged);
+//   -1  the eigen-solve failed, or no eigenvalue needed clamping, or the
+//       clamped eigenvalues are not all in (0, largest double): M unchanged.
+//       -1 therefore also means "not modified";
+//    0  M rebuilt and valid;
+//   -1  M rebuilt (and overwritten) but not valid.
+PLEXA_API int bound_metric(symmetric_fixed<double, 2>& M, double hmin, double hmax);
+PLEXA_API int bound_metric(symmetric_fixed<double, 3>& M, double hmin, double hmax);
+
+// The larger (maximum_metric: its unit ball holds both unit balls, d_k =
+// min(a_k, b_k)) or the smaller (minimum_metric: its unit ball lies in both,
+// d_k = max(a_k, b_k)) of M1 and M2, built in the basis P that reduces both
+// at once (p_k^T M1 p_k = a_k, p_k^T M2 p_k = b_k, p_k^T M p_k = d_k).
+// Output: M =
+//   M1 when the reduction fails (result false);
+//   M1 when every d_k is a_k, else M2 when every d_k is b_k (result true);
+//   unchanged when the largest d_k is at or above the largest double;
+//   P^-T diag(d) P^-1 otherwise.
+// Returns, outside the first two cases, whether the largest d_k is > 0
+// (whether the result has a positive eigenvalue, not full validity).
+PLEXA_API bool maximum_metric(const symmetric_fixed<double, 2>& M1, const symmetric_fixed<double, 2>& M2,
+                              symmetric_fixed<double, 2>& M);
+PLEXA_API bool maximum_metric(const symmetric_fixed<double, 3>& M1, const symmetric_fixed<double, 3>& M2,
+                              symmetric_fixed<double, 3>& M);
+PLEXA_API bool minimum_metric(const symmetric_fixed<double, 2>& M1, const symmetric_fixed<double, 2>& M2,
+                              symmetric_fixed<double, 2>& M);
+PLEXA_API bool minimum_metric(const symmetric_fixed<double, 3>& M1, const symmetric_fixed<double, 3>& M2,
+                              symmetric_fixed<double, 3>& M);
+
+// One isotropic size for M: with l1 <= ld its extreme eigenvalues, hmin =
+// 1/sqrt(ld) and hmax = 1/sqrt(l1), returns hmin + t (hmax - hmin) (t = 0
+// the smallest size, 1 the largest; t is not clamped).  Returns 0.0 when the
+// solve fails or l1 is not > 0.
+PLEXA_API double metric_aniso_to_iso(const symmetric_fixed<double, 2>& M, double t);
+PLEXA_API double metric_aniso_to_iso(const symmetric_fixed<double, 3>& M, double t);
+
+// ---------------------------------------------------------------------------
+// Field validation.
+// ---------------------------------------------------------------------------
+
+// Position in `nodes` of the first node whose index is not below H.size()
+// or whose size is not valid; nodes.size() when there is none.
+PLEXA_API unsigned int first_invalid_metric(const dense1D<unsigned int, 8>& nodes, const dense1D<double, 8>& H);
+// Position in `nodes` of the first node whose index is not below M.cols()
+// or whose column is not a valid metric; nodes.size() when there is none.
+// 0 when M has neither 3 nor 6 rows.
+PLEXA_API unsigned int first_invalid_metric(const dense1D<unsigned int, 8>& nodes, const dense2D<double>& M);
+// Index of the first size of H that is not valid; H.size() when none.
+PLEXA_API unsigned int first_invalid_metric(const dense1D<double, 8>& H);
+// Index of the first column of M that is not a valid metric; M.cols() when
+// none.  0 when M has neither 3 nor 6 rows.
+PLEXA_API unsigned int first_invalid_metric(const dense2D<double>& M);
+
+// True when first_invalid_metric with the same arguments equals the length
+// scanned (nodes.size(), H.size() or M.cols()).  A field of the wrong row
+// count is therefore valid only when the scan is empty.
+PLEXA_API bool are_valid_metrics(const dense1D<unsigned int, 8>& nodes, const dense1D<double, 8>& H);
+PLEXA_API bool are_valid_metrics(const dense1D<unsigned int, 8>& nodes, const dense2D<double>& M);
+PLEXA_API bool are_valid_metrics(const dense1D<double, 8>& H);
+PLEXA_API bool are_valid_metrics(const dense2D<double>& M);
+
+// Appends to `ids`, in increasing order, the index of every valid column of
+// M; ids is not emptied first (calling twice lists every column twice).
+// Nothing is appended when M has neither 3 nor 6 rows.
+// Returns the number of indices appended; -199 when ids cannot grow (ids
+// then holds its previous entries only).
+PLEXA_API int valid_metrics(const dense2D<double>& M, dense1D<unsigned int, 8>& ids);
+
+// ---------------------------------------------------------------------------
+// Field clamping: the number of entries or columns changed, or a code.
+// Checks, in order, for every overload:
+//    0  empty field;
+//    0  hmin <= 0 and hmax exactly 1.7976931348623157e308 (no bound; the
+//       field is not scanned);
+//   -1  (matrix fields) neither 3 nor 6 rows;
+//   -2  hmin not finite;
+//   -3  hmax not finite;
+//   -199 (the overloads with `modified`) the list cannot be sized; the
+//       field is then unchanged.
+// `modified` is emptied on entry and receives, in increasing order, the
+// index of every entry or column counted.
+// ---------------------------------------------------------------------------
+
+// Sizes: every h < hmin becomes hmin, otherwise every h > hmax becomes hmax
+// (the bounds are sizes, used as they are); NaN entries stay.
+PLEXA_API int bound_metrics(dense1D<double, 8>& H, double hmin, double hmax);
+PLEXA_API int bound_metrics(dense1D<double, 8>& H, double hmin, double hmax, dense1D<unsigned int, 8>& modified);
+// Metrics: bound_metric on every column; the columns for which it returns 0
+// are counted.  A column that bound_metric overwrote but found invalid keeps
+// the overwritten value and is not counted.
+PLEXA_API int bound_metrics(dense2D<double>& M, double hmin, double hmax);
+PLEXA_API int bound_metrics(dense2D<double>& M, double hmin, double hmax, dense1D<unsigned int, 8>& modified);
+
+// ---------------------------------------------------------------------------
+// Field repair: the number of entries or columns replaced, or a code.
+// The size repairs test h <= 0 only: NaN and infinite sizes are neither
+// replaced nor counted.  The metric repairs replace every column whose
+// smallest eigenvalue is not > 0, NaN included.
+// ---------------------------------------------------------------------------
+
+// Over the first min(H.size(), Href.size()) entries, H[i] <= 0 becomes
+// Href[i] when Href[i] > 0.  Returns the count; -199 when Href shares
+// storage with H and cannot be copied first (H unchanged).
+PLEXA_API int overwrite_invalid_metrics(dense1D<double, 8>& H, const dense1D<double, 8>& Href);
+// Every H[i] <= 0 becomes h.  Returns 0 for an empty H; -2 when h is not > 0
+// (NaN included); the count otherwise.
+PLEXA_API int overwrite_invalid_metrics(dense1D<double, 8>& H, double h);
+// Over the first min(M.cols(), Mref.cols()) columns, an invalid column of M
+// becomes column i of Mref when that one is valid.  Returns 0 for an empty
+// M; -1 when M has neither 3 nor 6 rows; -2 when Mref has another row count
+// than M; -199 when Mref shares storage with M and cannot be copied first
+// (M unchanged); the count otherwise.
+PLEXA_API int overwrite_invalid_metrics(dense2D<double>& M, const dense2D<double>& Mref);
+// Over the first min(M.cols(), Href.size()) columns, an invalid column i of
+// M becomes the isotropic metric of size Href[i] (diagonal 1/Href[i]^2,
+// off-diagonals 0) when Href[i] > 0.  Returns 0 for an empty M; -1 when M
+// has neither 3 nor 6 rows; -199 when Href shares storage with M and cannot
+// be copied first (M unchanged); the count otherwise.
+PLEXA_API int overwrite_invalid_metrics(dense2D<double>& M, const dense1D<double, 8>& Href);
+// Every invalid column of M becomes Mref.  Returns 0 for an empty M; -1
+// when M does not have 3 (2-D) or 6 (3-D) rows; -2 when Mref is not a valid
+// metric; the count otherwise.
+PLEXA_API int overwrite_invalid_metrics(dense2D<double>& M, const symmetric_fixed<double, 2>& Mref);
+PLEXA_API int overwrite_invalid_metrics(dense2D<double>& M, const symmetric_fixed<double, 3>& Mref);
+
+// ---------------------------------------------------------------------------
+// Field conversions, into an output field sized by the caller; columns
+// beyond the input's count are left alone.  Inputs that share storage with
+// the output are copied first (-199 when they cannot be; M unchanged).
+// ---------------------------------------------------------------------------
+
+// Column i of M becomes the isotropic metric of size H[i] when H[i] > 0:
+// (1/h^2, 0, 1/h^2) in 2-D, (1/h^2, 0, 1/h^2, 0, 0, 1/h^2) in 3-D; the
+// other columns are untouched.  Returns 0 (also when H and M are both
+// empty); -2 when M does not have 3 (2-D) or 6 (3-D) rows and at least
+// H.size() columns; -199.
+PLEXA_API int metrics_iso_to_aniso2d(const dense1D<double, 8>& H, dense2D<double>& M);
+PLEXA_API int metrics_iso_to_aniso3d(const dense1D<double, 8>& H, dense2D<double>& M);
+
+// Column i of M (3 rows) becomes metric_aniso2d(H[i], T_i), T_i the tangent
+// basis in column i of T (6 rows: t1 then t2).  Returns 0 when the three are
+// empty; -2 when T does not have 6 rows and H.size() columns; -3 when M does
+// not have 3 rows and at least H.size() columns; -199; 0.
+PLEXA_API int metrics_iso_to_aniso2d(const dense1D<double, 8>& H, const dense2D<double>& T, dense2D<double>& M);
+
+// Column i of M2 (3 rows) becomes T_i^T M3_i T_i, the 3-D metric in column
+// i of M3 (6 rows) restricted to the tangent basis in column i of T (6
+// rows).  Returns 0 when the three are empty; -1 when M3 does not have 6
+// rows; -2 when T does not have 6 rows and M3.cols() columns; -3 when M2
+// does not have 3 rows and at least M3.cols() columns; -199; 0.
+PLEXA_API int metrics_aniso3d_to_aniso2d(const dense2D<double>& M3, const dense2D<double>& T, dense2D<double>& M2);
+
+}  // namespace plexa
+}  // namespace zeb

@@ -8,6 +8,7 @@
 #include <zeb/plexa/io/medit.hpp>
 
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 #include "io/common/block_expansion.hpp"
 #include "io/common/output_file.hpp"
 #include "io/common/text_writer.hpp"
@@ -97,7 +98,7 @@ int write_mesh(const char* path, const dense2D<double>& pos, const dense2D<unsig
 
   // Split before opening, so that a lack of memory leaves no file either.
   block_expansion blocks;
-  if (blocks.expand(first, last, types) != 0) return -199;
+  if (blocks.expand(first, last, types) != 0) return detail::OUT_OF_MEMORY;
 
   output_file file(path);
   if (!file) return -1;

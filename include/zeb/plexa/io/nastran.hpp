@@ -2,6 +2,9 @@
 //
 // Text is written byte for byte in the C locale's conventions ("%16E" and
 // "%d" of printf), whatever locale the calling program has set.
+//
+// Threads: the writers keep no state and only read their inputs; calls may
+// run at the same time, each writing its own file or stream.
 #pragma once
 
 #include <cstdio>

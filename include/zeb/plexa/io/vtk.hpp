@@ -2,6 +2,10 @@
 //
 // Text is written byte for byte in the C locale's conventions ("%f" and "%d"
 // of printf), whatever locale the calling program has set.
+//
+// Threads: the functions keep no state.  Calls may run at the same time,
+// each writing its own file or stream, as long as no thread writes an input
+// or the outputs of a vtk_convert still running.
 #pragma once
 
 #include <cstdio>

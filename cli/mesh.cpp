@@ -3,6 +3,8 @@
 
 #include <new>
 
+#include <zeb/plexa/topology.hpp>
+
 #include "builtin_mesh.hpp"
 
 namespace plexa_cli {
@@ -22,6 +24,60 @@ unsigned mesh::element_count() const {
   unsigned n = 0;
   for (const zeb::dense2D<unsigned>& b : blocks) n += b.empty() ? 0 : b.cols();
   return n;
+}
+
+bool mesh::joined(zeb::dense2D<unsigned>& connect, zeb::dense1D<unsigned, 8>& ranges) const {
+  unsigned rows = 0, cols = 0;
+  for (const zeb::dense2D<unsigned>& b : blocks) {
+    if (b.rows() > rows) rows = b.rows();
+    cols += b.cols();
+  }
+  if (!connect.resize(rows, cols, 4294967295u) || !ranges.resize(block_count() + 1)) return false;
+  unsigned at = 0;
+  ranges[0] = 0;
+  for (unsigned k = 0; k < block_count(); ++k) {
+    const zeb::dense2D<unsigned>& b = blocks[k];
+    for (unsigned j = 0; j < b.cols(); ++j, ++at)
+      for (unsigned i = 0; i < b.rows(); ++i) connect(i, at) = b(i, j);
+    ranges[k + 1] = at;
+  }
+  return true;
+}
+
+namespace {
+
+// The element type of the columns of `nodes` nodes in a mixed block.
+zeb::plexa::element_type member_type(int mixed, unsigned nodes) {
+  using namespace zeb::plexa;
+  if (mixed == ELT_FACE_MIX) return nodes == 3 ? ELT_TRIA3 : ELT_QUAD4;
+  switch (nodes) {
+    case 4: return ELT_TETRA4;
+    case 5: return ELT_PYRA5;
+    case 6: return ELT_WEDGE6;
+    default: return ELT_HEXA8;
+  }
+}
+
+}  // namespace
+
+bool mesh::split_mixed(mesh& out) const {
+  out = mesh();
+  out.coords = coords;
+  for (unsigned k = 0; k < block_count(); ++k) {
+    if (types[k] != zeb::plexa::ELT_FACE_MIX && types[k] != zeb::plexa::ELT_SOLID_MIX) {
+      if (!out.add_block(blocks[k], zeb::plexa::element_type(types[k]))) return false;
+      continue;
+    }
+    zeb::dense2D<unsigned> grouped;
+    zeb::dense1D<unsigned, 8> node_counts, group_ends, new_index;
+    if (!grouped.copy(blocks[k]) || zeb::plexa::sort_elfes(grouped, node_counts, group_ends, new_index) != 0)
+      return false;
+    for (unsigned g = 0, begin = 0; g < node_counts.size(); begin = group_ends[g++])
+      if (!out.add_block(grouped.sub_matrix(0, begin, node_counts[g], group_ends[g] - begin),
+                         member_type(types[k], node_counts[g])))
+        return false;
+  }
+  return true;
 }
 
 bool builtin_mesh(mesh& m) {

@@ -25,6 +25,18 @@ struct mesh {
   const zeb::dense2D<unsigned>* last_block() const { return blocks.data() + blocks.size(); }
   // Columns of all blocks.
   unsigned element_count() const;
+
+  // The blocks side by side in one connectivity of as many rows as the
+  // highest block (unused entries UINT_MAX), block k holding the columns
+  // ranges[k] to ranges[k+1] - 1: the layout of the NASTRAN writer.  False
+  // when memory runs out.
+  bool joined(zeb::dense2D<unsigned>& connect, zeb::dense1D<unsigned, 8>& ranges) const;
+
+  // The same mesh with every mixed block (ELT_FACE_MIX, ELT_SOLID_MIX)
+  // replaced by one block per element kind, grouped as sort_elfes groups
+  // them, for writers that take simple blocks only.  False when memory runs
+  // out.
+  bool split_mixed(mesh& out) const;
 };
 
 // The built-in mesh (see builtin_mesh.hpp) as one ELT_SOLID_MIX block; false

@@ -8,7 +8,8 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config ccache binutils
   liblapack-dev libgtest-dev libgmock-dev libbenchmark-dev
-  libnanoflann-dev python3-meshio
+  libnanoflann-dev
+  python3-meshio python3-vtk9  # independent readers for the interoperability tests
   locales  # locale sources, to test output under a decimal-comma locale
 )
 

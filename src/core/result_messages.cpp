@@ -109,17 +109,45 @@ constexpr reason metrics_reasons[] = {
     {"metrics_aniso3d_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per metric"},
 };
 
+constexpr const char* unwritable = "the file cannot be opened or written";
+constexpr const char* unfit_block = "a block does not fit its element type";
+constexpr const char* block_count = "the number of blocks differs from the number of types";
+
 constexpr reason io_reasons[] = {
-    {"medit_output", -1, nullptr, "the file cannot be opened"},
+    {"medit_output", -1, nullptr, unwritable},
     {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"medit_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
     {"medit_output", -4, nullptr, "last precedes first"},
     {"medit_output", -5, nullptr, "the number of blocks or colours differs from the number of types or columns"},
     {"medit_output", -6, "colors", "the blocks of the colours cannot be allocated"},
-    {"medit_scalar", -1, nullptr, "the file cannot be opened"},
-    {"medit_vector", -1, nullptr, "the file cannot be opened"},
-    {"medit_tensor", -1, nullptr, "the file cannot be opened"},
+    {"medit_scalar", -1, nullptr, unwritable},
+    {"medit_vector", -1, nullptr, unwritable},
+    {"medit_tensor", -1, nullptr, unwritable},
     {"medit_tensor", -2, nullptr, "its row count is not 3 or 6"},
+    {"vtk_convert", -1, nullptr, "the connectivity does not fit its element type"},
+    {"vtk_convert", -2, nullptr, "element type without a VTK cell"},
+    {"vtk_convert", -5, nullptr, "the same object as cells"},
+    {"vtk_output(f, pos, ncells, cells, cell_types)", -1, nullptr, "the stream is null, in error or refused bytes"},
+    {"vtk_output(f, pos, ncells, cells, cell_types)", -3, nullptr,
+     "that many cells do not take exactly the entries of the cell list"},
+    {"vtk_output(f, pos, ncells, cells, cell_types)", -4, nullptr, "a node index is not below the node count"},
+    {"vtk_output(f, pos, ncells, cells, cell_types)", -5, nullptr, "its size differs from the number of cells"},
+    {"vtk_output", -1, nullptr, unwritable},
+    {"vtk_output", -2, nullptr, "its row count is not 2 or 3, or a block's element type has no VTK cell"},
+    {"vtk_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
+    {"vtk_output", -4, nullptr, "last precedes first"},
+    {"vtk_output", -5, nullptr, block_count},
+    {"NASTRAN_output", -1, nullptr, "the file or stream cannot be opened, is in error or refused bytes"},
+    {"NASTRAN_output", -2, nullptr, "its row count is not 2 or 3"},
+    {"NASTRAN_output", -3, nullptr, unfit_block},
+    {"NASTRAN_output", -4, nullptr, "the ranges decrease or go past the columns"},
+    {"NASTRAN_output", -5, nullptr, "its size is not the number of ranges minus one"},
+    {"NASTRAN_output", -6, nullptr, "its size differs from the number of columns"},
+    {"ensight_output", -1, nullptr, unwritable},
+    {"ensight_output", -2, nullptr, "its row count is not 1, 2 or 3"},
+    {"ensight_output", -3, nullptr, unfit_block},
+    {"ensight_output", -4, nullptr, "last precedes first"},
+    {"ensight_output", -5, nullptr, block_count},
 };
 
 constexpr const char* quality_dimension = "its row count is not 3 (or 2 for faces in the plane)";

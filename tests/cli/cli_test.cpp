@@ -63,6 +63,7 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto demo = [](const std::string& m) { return "plexa demo: " + m + " (see 'plexa help demo')\n"; };
   auto convert = [](const std::string& m) { return "plexa convert: " + m + " (see 'plexa help convert')\n"; };
   auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
+  const std::string known = ".mesh, .vtk, .nas, .bdf, .geo";
   const struct {
     std::vector<const char*> args;
     std::string err;
@@ -80,8 +81,9 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       {{"demo", "-o", "a", "b"}, demo("unexpected argument 'b'")},
       {{"convert"}, convert("missing --output <file>")},
       {{"convert", "-o"}, convert("missing file after '-o'")},
-      {{"convert", "-o", "x.vtk"}, convert("unknown output format of 'x.vtk' (known: .mesh)")},
-      {{"convert", "-o", ".mesh"}, convert("unknown output format of '.mesh' (known: .mesh)")},
+      {{"convert", "-o", "x.stl2"}, convert("unknown output format of 'x.stl2' (known: " + known + ")")},
+      {{"convert", "-o", "x.VTK"}, convert("unknown output format of 'x.VTK' (known: " + known + ")")},
+      {{"convert", "-o", ".mesh"}, convert("unknown output format of '.mesh' (known: " + known + ")")},
       {{"convert", "in.mesh", "-o", path.c_str()},
        convert("cannot read 'in.mesh': the only input for now is the built-in mesh")},
       {{"convert", "builtin", "builtin", "-o", path.c_str()}, convert("unexpected argument 'builtin'")},

@@ -19,7 +19,7 @@ std::string message(const char* signature, int code) {
 TEST(ResultMessages, NameTheArgumentAndTheReason) {
   const char* medit = "medit_output(path, pos, first, last, types)";
   EXPECT_EQ(message(medit, -3), "argument 3 (first): a block does not fit its element type or names a missing node");
-  EXPECT_EQ(message(medit, -1), "argument 1 (path): the file cannot be opened");
+  EXPECT_EQ(message(medit, -1), "argument 1 (path): the file cannot be opened or written");
   EXPECT_EQ(message(medit, 0), "success");
   EXPECT_EQ(message(medit, 12), "success");
   EXPECT_EQ(message(medit, -199), "out of memory");

@@ -4,22 +4,20 @@ coordinates (to the 7 significant digits of the format), the elements of
 each kind with their nodes (pyramids and wedges as degenerate hexahedra,
 higher-order elements by their vertices) and their references.
 
-Usage: medit_meshio_check.py <plexa_medit_sample> <work directory>
+Usage: medit_meshio_check.py <plexa_io_samples> <work directory>
 Exit status 77 (skipped) when meshio is not installed.
 """
 import collections
 import os
-import subprocess
 import sys
+
+import samples
 
 try:
     import meshio
 except ImportError:
-    print("SKIPPED: the Python package meshio is not installed "
-          "(Debian: python3-meshio; scripts/setup.sh installs it)")
-    sys.exit(77)
+    samples.skip("the Python package meshio is not installed (Debian: python3-meshio; scripts/setup.sh installs it)")
 
-NO = 4294967295
 PYRAMID, WEDGE, HEXA = [0, 1, 2, 3, 4, 4, 4, 4], [0, 1, 2, 2, 3, 4, 5, 5], list(range(8))
 # Element type -> (meshio cell type, rows written); types left out are absent.
 VERTICES = {
@@ -31,36 +29,23 @@ VERTICES = {
     17: ("hexahedron", WEDGE), 19: ("hexahedron", WEDGE),
     20: ("hexahedron", HEXA), 21: ("hexahedron", HEXA), 22: ("hexahedron", HEXA),
 }
-# Mixed type (faces 5, solids 11) -> member type by node count.
-MIXED_MEMBER = {5: {3: 6, 4: 7}, 11: {4: 12, 5: 14, 6: 17, 8: 20}}
 
 
-def read_inputs(path):
-    """Node coordinates, and the expected elements (nodes + reference) by
-    meshio cell type, from the sample's text file."""
-    with open(path) as f:
-        lines = [line.split() for line in f]
-    nodes = int(lines[0][2])
-    points = [[float(x) for x in line] for line in lines[1:1 + nodes]]
+def expected_elements(sample):
+    """The expected elements (nodes + reference) by meshio cell type."""
     expected = collections.defaultdict(collections.Counter)
-    k, reference = 1 + nodes, 0
-    while k < len(lines):
-        etype, cols = int(lines[k][1]), int(lines[k][3])
-        for column in lines[k + 1:k + 1 + cols]:
-            column = [int(x) for x in column]
-            kind = etype
-            if etype in MIXED_MEMBER:
-                kind = MIXED_MEMBER[etype][column.index(NO) if NO in column else len(column)]
+    for reference, (etype, columns) in enumerate(sample.blocks):
+        for column in columns:
+            kind = samples.member(etype, column)
             if kind in VERTICES:
                 name, rows = VERTICES[kind]
                 expected[name][tuple(column[r] for r in rows) + (reference,)] += 1
-        k += 1 + cols
-        reference += 1
-    return points, expected
+    return expected
 
 
 def check(stem):
-    points, expected = read_inputs(stem + ".txt")
+    sample = samples.Sample(stem + ".txt")
+    points, expected = sample.points, expected_elements(sample)
     mesh = meshio.read(stem + ".mesh")
     errors = []
     if mesh.points.shape != (len(points), len(points[0])):
@@ -85,11 +70,6 @@ def check(stem):
 
 
 if __name__ == "__main__":
-    sample, work = sys.argv[1], sys.argv[2]
-    os.makedirs(work, exist_ok=True)
-    subprocess.run([sample, work], check=True)
-    errors = check(os.path.join(work, "mesh3")) + check(os.path.join(work, "mesh2"))
-    for e in errors:
-        print("MISMATCH:", e)
-    print("OK" if not errors else "FAILED")
-    sys.exit(1 if errors else 0)
+    program, work = sys.argv[1], sys.argv[2]
+    samples.run_samples(program, work)
+    samples.finish(check(os.path.join(work, "mesh3")) + check(os.path.join(work, "mesh2")))

@@ -32,11 +32,6 @@ dense1D<int, 8> type_list(const std::vector<int>& v) {
   return t;
 }
 
-// What a writer left at `path`, or "code N" when it failed.
-std::string outcome(int code, const std::string& path) {
-  return code == 0 ? read_file(path) : "code " + std::to_string(code);
-}
-
 // A mesh file's element sections: all that follows the vertices.
 std::string elements_of(const std::string& text) {
   const std::size_t k = text.find("\n\n", text.find("Vertices"));

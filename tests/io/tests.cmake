@@ -1,16 +1,23 @@
-# Interoperability of the MEDIT writer: meshes written by the library are
-# read back by meshio (an independent reader, Debian's python3-meshio, run
-# with the system Python) and compared with the inputs they were written
-# from.  The test reports itself skipped when meshio is missing.
-add_executable(plexa_medit_sample ${CMAKE_CURRENT_LIST_DIR}/medit_sample.cpp)
-plexa_target_defaults(plexa_medit_sample)
-target_link_libraries(plexa_medit_sample PRIVATE zeb::plexa)
+# Interoperability of the writers: files written by the library are read
+# back by independent readers run with the system Python (Debian's
+# python3-meshio and python3-vtk9) and compared with the inputs they were
+# written from (plexa_io_samples writes both).  A test reports itself
+# skipped when its reader is missing.
+add_executable(plexa_io_samples ${CMAKE_CURRENT_LIST_DIR}/io_samples.cpp)
+target_link_libraries(plexa_io_samples PRIVATE zeb::plexa)
+plexa_target_defaults(plexa_io_samples)
 
 if(EXISTS /usr/bin/python3)
   add_test(NAME io.medit_read_by_meshio
            COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/medit_meshio_check.py
-                   $<TARGET_FILE:plexa_medit_sample> ${CMAKE_CURRENT_BINARY_DIR}/medit_meshio)
-  set_tests_properties(io.medit_read_by_meshio PROPERTIES SKIP_RETURN_CODE 77)
+                   $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/medit_meshio)
+  foreach(check vtk_read_by_vtk vtk_read_by_meshio nastran_read_by_meshio ensight_read_by_vtk)
+    add_test(NAME io.${check}
+             COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/writers_check.py ${check}
+                     $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/${check})
+  endforeach()
+  set_tests_properties(io.medit_read_by_meshio io.vtk_read_by_vtk io.vtk_read_by_meshio io.nastran_read_by_meshio
+                       io.ensight_read_by_vtk PROPERTIES SKIP_RETURN_CODE 77)
 else()
-  message(STATUS "io.medit_read_by_meshio not registered: /usr/bin/python3 is missing")
+  message(STATUS "the io interoperability tests are not registered: /usr/bin/python3 is missing")
 endif()

@@ -30,4 +30,17 @@ bool file_exists(const std::string& path) {
   return std::filesystem::exists(path, ignored);
 }
 
+std::string outcome(int code, const std::string& path) {
+  return code == 0 ? read_file(path) : "code " + std::to_string(code);
+}
+
+unsigned open_descriptor_count() {
+  unsigned n = 0;
+  std::error_code ignored;
+  for (auto it = std::filesystem::directory_iterator("/proc/self/fd", ignored);
+       it != std::filesystem::directory_iterator(); it.increment(ignored))
+    ++n;
+  return n;
+}
+
 }  // namespace plexa_test

@@ -24,4 +24,12 @@ class scratch_dir {
 std::string read_file(const std::string& path, bool* exists = nullptr);
 bool file_exists(const std::string& path);
 
+// What a writer left at `path` when it returned `code`: the file's bytes
+// after a success, "code N" after a failure.
+std::string outcome(int code, const std::string& path);
+
+// Open file descriptors of the process, to show that a writer closed its
+// stream on every path.
+unsigned open_descriptor_count();
+
 }  // namespace plexa_test

@@ -50,6 +50,7 @@ dense2D<T> random_matrix(unsigned rows, unsigned cols, Dist d, std::mt19937_64& 
 
 dense1D<unsigned, 8> ids(std::initializer_list<unsigned> v) { return from_list(v); }
 dense1D<double, 8> reals(std::initializer_list<double> v) { return from_list(v); }
+dense1D<int, 8> type_list(std::initializer_list<int> v) { return from_list(v); }
 dense2D<unsigned> connectivity(unsigned rows, std::initializer_list<unsigned> v) { return from_columns(rows, v); }
 dense2D<double> coordinates(unsigned rows, std::initializer_list<double> v) { return from_columns(rows, v); }
 dense2D<unsigned> strided(const dense2D<unsigned>& m, unsigned pad, unsigned garbage) {

@@ -24,6 +24,8 @@ inline std::mt19937_64 rng(std::uint64_t seed) { return std::mt19937_64(seed); }
 
 dense1D<unsigned, 8> ids(std::initializer_list<unsigned> v);
 dense1D<double, 8> reals(std::initializer_list<double> v);
+// A list of element types (ints, so that out-of-range values can be given).
+dense1D<int, 8> type_list(std::initializer_list<int> v);
 // A rows x cols matrix given column by column (a short last column is dropped).
 dense2D<unsigned> connectivity(unsigned rows, std::initializer_list<unsigned> by_columns);
 dense2D<double> coordinates(unsigned rows, std::initializer_list<double> by_columns);

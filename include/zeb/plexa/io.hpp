@@ -1,10 +1,18 @@
 // Plexa file formats: one header per format, all included here.
 //
-//   zeb/plexa/io/medit.hpp   MEDIT mesh and solution files
+//   zeb/plexa/io/medit.hpp     MEDIT mesh and solution files
+//   zeb/plexa/io/vtk.hpp       legacy VTK unstructured grids
+//   zeb/plexa/io/nastran.hpp   NASTRAN bulk data
+//   zeb/plexa/io/ensight.hpp   EnSight ASCII geometry files
 //
 // Every writer formats its numbers itself, byte for byte in the C locale's
-// conventions ("%E", "%d", ... of printf), whatever locale the calling
-// program has set.  Path-taking functions open and close their own stream.
+// conventions ("%E", "%f", "%d", ... of printf), whatever locale the calling
+// program has set.  Path-taking functions open and close their own stream,
+// on every path; writers that take an open stream flush it but leave it
+// open.  Write errors are detected: 0 means every byte reached the file.
 #pragma once
 
+#include <zeb/plexa/io/ensight.hpp>
 #include <zeb/plexa/io/medit.hpp>
+#include <zeb/plexa/io/nastran.hpp>
+#include <zeb/plexa/io/vtk.hpp>

@@ -6,6 +6,7 @@
 #include <zeb/plexa/topology.hpp>
 
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -40,7 +41,7 @@ int block_expansion::expand(const dense2D<unsigned>* first, const dense2D<unsign
   if (simple + 8 * mixed > UINT32_MAX || !held_.reserve(unsigned(mixed)) ||
       !blocks_.reserve(unsigned(simple + 8 * mixed))) {
     clear();
-    return -199;
+    return OUT_OF_MEMORY;
   }
 
   dense1D<unsigned, 8> node_counts, group_ends, new_index;
@@ -55,7 +56,7 @@ int block_expansion::expand(const dense2D<unsigned>* first, const dense2D<unsign
     dense2D<unsigned> grouped;
     if (!grouped.copy(block) || sort_elfes(grouped, node_counts, group_ends, new_index) != 0) {
       clear();
-      return -199;
+      return OUT_OF_MEMORY;
     }
     if (grouped.empty()) continue;
     vector_num<unsigned, 8>* storage = grouped.storage();

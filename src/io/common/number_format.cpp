@@ -1,15 +1,22 @@
-// "%E" and "%d" without stdio.
+// "%E", "%.Pe", "%f" and "%d" without stdio.
 //
-// A finite non-zero double is v = m * 2^q.  Its "%E" text is the integer
-// n = round(v * 10^(6 - e)) in [10^6, 10^7), with e = floor(log10 v), written
-// as "d.dddddd" and the exponent e; rounding is to nearest, ties to even, as
-// in the C library's default rounding mode.  The product v * 10^s is
-// formed from a 128-bit significand of 10^s (a table) and the 64-bit
-// normalised significand of v: 192 bits, exact for 0 <= s <= 55, otherwise
-// low by less than one unit of its second word.  That error can only matter
-// when the fraction lies within it of one half; those cases (exact ties at
-// large magnitudes, in practice) are decided again with exact big-integer
-// arithmetic.
+// Exponent forms.  A finite non-zero double is v = m * 2^q.  Its text with P
+// digits after the point is the integer n = round(v * 10^(P - e)) in
+// [10^P, 10^(P+1)), with e = floor(log10 v), written as "d.ddd..." and the
+// exponent e; rounding is to nearest, ties to even, as in the C library's
+// default rounding mode.  The product v * 10^s is formed from a 128-bit
+// significand of 10^s (a table) and the 64-bit normalised significand of v:
+// 192 bits, exact for 0 <= s <= 55, otherwise low by less than one unit of
+// its second word.  That error can only matter when the fraction lies
+// within it of one half; those cases (exact ties at large magnitudes, in
+// practice) are decided again with exact big-integer arithmetic.
+//
+// Fixed form.  A double of at least 2^52 is an integer, written in full
+// (through the big integer above 2^64) with ".000000".  Below, v = i + f
+// with i = floor(v), and the decimals are round(f * 10^6): f has at most
+// 1074 fraction bits and fewer than 53 significant ones, so f * 10^6 is
+// exact in 128 bits and a shift gives the rounded decimals; ties go to the
+// even decimal, which is the even n = i * 10^6 + decimals since 10^6 is even.
 #include "io/common/number_format.hpp"
 
 #include <bit>
@@ -34,8 +41,8 @@ constexpr char digit_pairs[] =
     "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
 
-constexpr u32 TEN_POW_6 = 1000000;
-constexpr u32 TEN_POW_7 = 10000000;
+constexpr u32 pow10_u32[10] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
+constexpr unsigned PRECISION_MAX = 6;
 
 // floor(b * log10(2)), exact for -1140 <= b <= 1030 (checked against exact
 // rational arithmetic); the doubles need -1074 <= b <= 1023.
@@ -62,10 +69,23 @@ class big_uint {
   }
 
   void multiply_pow10(unsigned n) noexcept {
-    for (; n >= 9; n -= 9) multiply(1000000000u);
-    static constexpr u32 small[9] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-    if (n) multiply(small[n]);
+    for (; n >= 9; n -= 9) multiply(pow10_u32[9]);
+    if (n) multiply(pow10_u32[n]);
   }
+
+  // this /= divisor; returns the remainder.
+  u32 divide(u32 divisor) noexcept {
+    u64 rest = 0;
+    for (unsigned i = size_; i-- > 0;) {
+      const u64 t = (rest << 32) | limb_[i];
+      limb_[i] = u32(t / divisor);
+      rest = t % divisor;
+    }
+    while (size_ > 1 && limb_[size_ - 1] == 0) --size_;
+    return u32(rest);
+  }
+
+  bool is_zero() const noexcept { return size_ == 1 && limb_[0] == 0; }
 
   void shift_left(unsigned bits) noexcept {
     const unsigned words = bits / 32, rest = bits % 32;
@@ -141,9 +161,9 @@ u32 exact_round(u64 m, int q, int s) noexcept {
 }
 
 // Rounds v * 10^s for v = m * 2^q, m normalised to [2^63, 2^64).  Returns
-// false when floor(v * 10^s) is 10^7 or more (the decimal exponent guess was
-// one too low); otherwise n is the rounded value, at most 10^7.
-bool round_scaled(u64 m, int q, int s, bool force_exact, u32& n) noexcept {
+// false when floor(v * 10^s) is `limit` or more (the decimal exponent guess
+// was one too low); otherwise n is the rounded value, at most `limit`.
+bool round_scaled(u64 m, int q, int s, u32 limit, bool force_exact, u32& n) noexcept {
   assert(s >= POW10_MIN && s <= POW10_MAX);
   const pow10_entry& p = pow10_table[s - POW10_MIN];
   const u128 low = u128(m) * p.lo;
@@ -155,9 +175,9 @@ bool round_scaled(u64 m, int q, int s, bool force_exact, u32& n) noexcept {
 
   // The product is (w2, w1, w0) * 2^-(128 + r); r fractional bits stand in w2.
   const int r = -(q + p.exp2) - 128;
-  assert(r >= 36 && r <= 44);
+  assert(r > 0 && r < 64);
   const u64 whole = w2 >> r;
-  if (whole >= TEN_POW_7) return false;
+  if (whole >= limit) return false;
   const u64 fraction = w2 & ((u64(1) << r) - 1);
   const u64 half = u64(1) << (r - 1);
 
@@ -187,82 +207,199 @@ unsigned decimal_digits(u32 u) noexcept {
   return u < 1000000 ? 6 : u < 10000000 ? 7 : u < 100000000 ? 8 : u < 1000000000 ? 9 : 10;
 }
 
-char* write_exponent(double value, char* out, bool force_exact) noexcept {
+unsigned decimal_digits(u64 u) noexcept {
+  unsigned n = 0;
+  for (; u > UINT32_MAX; u /= 10000) n += 4;
+  return n + decimal_digits(u32(u));
+}
+
+// Blanks before a text of `length` characters in a field of `width`.
+char* pad(unsigned length, unsigned width, char* out) noexcept {
+  if (length >= width) return out;
+  std::memset(out, ' ', width - length);
+  return out + (width - length);
+}
+
+// The `count` last decimal digits of u, leading zeros included, ending at
+// `end`: four digits per division, in two independent pairs.
+void write_digits(u32 u, unsigned count, char* end) noexcept {
+  for (; count >= 4; count -= 4) {
+    const u32 q = u / 10000, r = u - q * 10000;
+    end -= 4;
+    std::memcpy(end, digit_pairs + 2 * (r / 100), 2);
+    std::memcpy(end + 2, digit_pairs + 2 * (r % 100), 2);
+    u = q;
+  }
+  if (count >= 2) {
+    end -= 2;
+    std::memcpy(end, digit_pairs + 2 * (u % 100), 2);
+    u /= 100;
+    count -= 2;
+  }
+  if (count) end[-1] = char('0' + u % 10);
+}
+
+char* write_u64(u64 u, char* out) noexcept {
+  const unsigned n = decimal_digits(u);
+  if (n <= 9) {
+    write_digits(u32(u), n, out + n);
+  } else {  // up to 20 digits: at most 2 groups of 9 below the leading ones
+    char* end = out + n;
+    for (; u > 999999999; u /= 1000000000, end -= 9) write_digits(u32(u % 1000000000), 9, end);
+    write_digits(u32(u), unsigned(end - out), end);
+  }
+  return out + n;
+}
+
+// The decimal digits of an integer of up to 1024 bits (consumed).
+char* write_big(big_uint& b, char* out) noexcept {
+  u32 chunks[36];  // 9 digits each, least significant first
+  unsigned n = 0;
+  do chunks[n++] = b.divide(pow10_u32[9]); while (!b.is_zero());
+  out = write_u64(chunks[--n], out);
+  while (n > 0) {
+    write_digits(chunks[--n], 9, out + 9);
+    out += 9;
+  }
+  return out;
+}
+
+// The text of a non-finite value ("inf", "-NAN", ...) right-aligned in
+// `width`; nullptr when the value is finite.
+char* write_special(u64 bits, bool upper, unsigned width, char* out) noexcept {
+  if ((bits >> 52 & 0x7FF) != 0x7FF) return nullptr;
+  const bool negative = bits >> 63, nan = (bits & ((u64(1) << 52) - 1)) != 0;
+  out = pad(3 + negative, width, out);
+  if (negative) *out++ = '-';
+  std::memcpy(out, nan ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf"), 3);
+  return out + 3;
+}
+
+char* write_exponent(double value, exponent_form form, unsigned width, char* out, bool force_exact) noexcept {
+  assert(form.precision >= 1 && form.precision <= PRECISION_MAX);
   u64 bits;
   std::memcpy(&bits, &value, sizeof bits);
+  if (char* end = write_special(bits, form.letter == 'E', width, out)) return end;
+  const unsigned precision = form.precision;
+  const unsigned biased = unsigned(bits >> 52) & 0x7FF;
+  u64 m = bits & ((u64(1) << 52) - 1);
+  int k = 0;
+  u32 n = 0;
+  if (biased != 0 || m != 0) {
+    int q = -1074;
+    if (biased != 0) {
+      m |= u64(1) << 52;
+      q = int(biased) - 1075;
+    }
+    const int shift = std::countl_zero(m);
+    m <<= shift;
+    q -= shift;
+    // 2^b <= v < 2^(b+1), so the decimal exponent is k or k + 1.
+    const int b = 63 + q;
+    k = floor_log10_pow2(b);
+    const u32 limit = pow10_u32[precision + 1];
+    if (!round_scaled(m, q, int(precision) - k, limit, force_exact, n)) {
+      ++k;
+      const bool fits = round_scaled(m, q, int(precision) - k, limit, force_exact, n);
+      assert(fits);
+      (void)fits;
+    }
+    if (n == limit) {
+      n = pow10_u32[precision];
+      ++k;
+    }
+  }
+
+  // Sign, "d.", the decimals, the letter, the exponent's sign and 2 or 3 digits.
+  const bool negative = bits >> 63;
+  const unsigned e = unsigned(k < 0 ? -k : k);
+  out = pad(negative + 2 + precision + 2 + (e < 100 ? 2 : 3), width, out);
+  if (negative) *out++ = '-';
+  out[0] = char('0' + n / pow10_u32[precision]);
+  out[1] = '.';
+  write_digits(n, precision, out + 2 + precision);
+  out += 2 + precision;
+  out[0] = form.letter;
+  out[1] = k < 0 ? '-' : '+';
+  if (e < 100) {
+    std::memcpy(out + 2, digit_pairs + 2 * e, 2);
+    return out + 4;
+  }
+  out[2] = char('0' + e / 100);
+  std::memcpy(out + 3, digit_pairs + 2 * (e % 100), 2);
+  return out + 5;
+}
+
+}  // namespace
+
+char* format_exponent(double value, char* out) noexcept { return write_exponent(value, UPPER_E, 0, out, false); }
+
+char* format_exponent(double value, exponent_form form, unsigned width, char* out) noexcept {
+  return write_exponent(value, form, width, out, false);
+}
+
+char* format_exponent_exact(double value, exponent_form form, char* out) noexcept {
+  return write_exponent(value, form, 0, out, true);
+}
+
+char* format_fixed(double value, char* out) noexcept {
+  u64 bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  if (char* end = write_special(bits, false, 0, out)) return end;
   if (bits >> 63) *out++ = '-';
   const unsigned biased = unsigned(bits >> 52) & 0x7FF;
   u64 m = bits & ((u64(1) << 52) - 1);
-  if (biased == 0x7FF) {
-    std::memcpy(out, m ? "NAN" : "INF", 3);
-    return out + 3;
-  }
-  if (biased == 0 && m == 0) {
-    std::memcpy(out, "0.000000E+00", 12);
-    return out + 12;
-  }
   int q = -1074;
   if (biased != 0) {
     m |= u64(1) << 52;
     q = int(biased) - 1075;
   }
-  const int shift = std::countl_zero(m);
-  m <<= shift;
-  q -= shift;
-  // 2^b <= v < 2^(b+1), so the decimal exponent is k or k + 1.
-  const int b = 63 + q;
-  int k = floor_log10_pow2(b);
-  u32 n;
-  if (!round_scaled(m, q, 6 - k, force_exact, n)) {
-    ++k;
-    const bool fits = round_scaled(m, q, 6 - k, force_exact, n);
-    assert(fits);
-    (void)fits;
-  }
-  if (n == TEN_POW_7) {
-    n = TEN_POW_6;
-    ++k;
-  }
 
-  const u32 lead = n / TEN_POW_6, rest = n % TEN_POW_6;
-  out[0] = char('0' + lead);
-  out[1] = '.';
-  std::memcpy(out + 2, digit_pairs + 2 * (rest / 10000), 2);
-  std::memcpy(out + 4, digit_pairs + 2 * (rest / 100 % 100), 2);
-  std::memcpy(out + 6, digit_pairs + 2 * (rest % 100), 2);
-  out[8] = 'E';
-  out[9] = k < 0 ? '-' : '+';
-  const unsigned e = unsigned(k < 0 ? -k : k);
-  if (e < 100) {
-    std::memcpy(out + 10, digit_pairs + 2 * e, 2);
-    return out + 12;
+  u64 whole = 0;
+  u32 decimals = 0;
+  if (q >= 0) {
+    if (q > 11) {  // beyond 64 bits
+      big_uint big(m);
+      big.shift_left(unsigned(q));
+      out = write_big(big, out);
+      std::memcpy(out, ".000000", 7);
+      return out + 7;
+    }
+    whole = m << q;
+  } else {
+    const unsigned s = unsigned(-q);
+    u64 fraction = m;  // f = fraction / 2^s
+    if (s < 64) {
+      whole = m >> s;
+      fraction = m & ((u64(1) << s) - 1);
+    }
+    // f * 10^6 < 2^73 is below 1/4 once s >= 75.
+    if (s < 75) {
+      const u128 scaled = u128(fraction) * pow10_u32[6];
+      const u128 half = u128(1) << (s - 1);
+      const u128 rest = scaled & ((half << 1) - 1);
+      decimals = u32(scaled >> s);
+      if (rest > half || (rest == half && (decimals & 1))) ++decimals;
+      if (decimals == pow10_u32[6]) {
+        decimals = 0;
+        ++whole;
+      }
+    }
   }
-  out[10] = char('0' + e / 100);
-  std::memcpy(out + 11, digit_pairs + 2 * (e % 100), 2);
-  return out + 13;
+  out = write_u64(whole, out);
+  *out = '.';
+  write_digits(decimals, 6, out + 7);
+  return out + 7;
 }
 
-}  // namespace
+char* format_int(int value, char* out) noexcept { return format_int(value, 0, out); }
 
-char* format_exponent(double value, char* out) noexcept { return write_exponent(value, out, false); }
-
-char* format_exponent_exact(double value, char* out) noexcept { return write_exponent(value, out, true); }
-
-char* format_int(int value, char* out) noexcept {
-  u32 u = u32(value);
-  if (value < 0) {
-    *out++ = '-';
-    u = 0u - u;
-  }
+char* format_int(int value, unsigned width, char* out) noexcept {
+  const u32 u = value < 0 ? 0u - u32(value) : u32(value);
   const unsigned digits = decimal_digits(u);
-  char* p = out + digits;
-  while (u >= 100) {
-    p -= 2;
-    std::memcpy(p, digit_pairs + 2 * (u % 100), 2);
-    u /= 100;
-  }
-  if (u >= 10) std::memcpy(p - 2, digit_pairs + 2 * u, 2);
-  else p[-1] = char('0' + u);
+  out = pad(digits + (value < 0), width, out);
+  if (value < 0) *out++ = '-';
+  write_digits(u, digits, out + digits);
   return out + digits;
 }
 

@@ -1,7 +1,8 @@
 // Buffered text output over a C stream for the file writers.  Numbers are
-// formatted by number_format (the bytes of "%E" and "%d" in the C locale,
-// whatever the caller's locale) into a buffer on the writer itself, which
-// goes to the stream in large blocks.
+// formatted by number_format (the bytes of "%E", "%.Pe", "%f" and "%d",
+// with or without a field width, in the C locale, whatever the caller's
+// locale) into a buffer on the writer itself, which goes to the stream in
+// large blocks.
 #pragma once
 
 #include <cstddef>
@@ -49,6 +50,12 @@ class text_writer {
     make_room(EXPONENT_TEXT_MAX);
     used_ = std::size_t(format_exponent(value, buffer_ + used_) - buffer_);
   }
+  // `value` in the exponent form, right-aligned in `width` characters:
+  // "%16E" is put_exponent(v, UPPER_E, 16), "%12.5e" put_exponent(v, {5, 'e'}, 12).
+  void put_exponent(double value, exponent_form form, unsigned width) noexcept {
+    make_room(width > EXPONENT_TEXT_MAX ? width : EXPONENT_TEXT_MAX);
+    used_ = std::size_t(format_exponent(value, form, width, buffer_ + used_) - buffer_);
+  }
   // n values, each as "%E " writes it (a line of a node's coordinates or
   // of a solution).
   void put_exponents(const double* values, unsigned n) noexcept {
@@ -57,6 +64,11 @@ class text_writer {
       put(' ');
     }
   }
+  // `value` as "%f" writes it.
+  void put_fixed(double value) noexcept {
+    make_room(FIXED_TEXT_MAX);
+    used_ = std::size_t(format_fixed(value, buffer_ + used_) - buffer_);
+  }
   // `value` as "%d" writes it.
   void put_int(int value) noexcept {
     make_room(INT_TEXT_MAX);
@@ -64,11 +76,22 @@ class text_writer {
   }
   // `value` as "%d" writes an unsigned argument: the bits read as an int.
   void put_int(unsigned value) noexcept { put_int(static_cast<int>(value)); }
+  // `value` as "%<width>d" writes an unsigned argument.
+  void put_int(unsigned value, unsigned width) noexcept {
+    make_room(width > INT_TEXT_MAX ? width : INT_TEXT_MAX);
+    used_ = std::size_t(format_int(static_cast<int>(value), width, buffer_ + used_) - buffer_);
+  }
 
   // Hands the buffered bytes to the stream.
   void flush() noexcept {
     write(buffer_, used_);
     used_ = 0;
+  }
+  // Hands every byte to the system: flushes this buffer and the stream's.
+  // Returns 0, or -1 when the stream refused bytes or is in error.
+  int finish() noexcept {
+    flush();
+    return std::fflush(file_) == 0 && good_ && !std::ferror(file_) ? 0 : -1;
   }
   // False once the stream has refused bytes.
   bool good() const noexcept { return good_; }

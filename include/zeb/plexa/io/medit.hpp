@@ -42,8 +42,9 @@ namespace plexa {
 //   -3  a non-empty block is rejected by check_IDs(block, type, pos.cols())
 //       (an out-of-range type included);
 //   -199 memory for splitting the mixed blocks could not be had;
-//   -1  the file cannot be opened.
-// Write errors are not detected.
+//   -1  the file cannot be opened;
+//   -1  a write, the flush or the close failed (a full disk, say): 0 always
+//       means the whole file was written.  The file is closed on every path.
 // ---------------------------------------------------------------------------
 
 // Writes the mesh of nodes `pos` (d x n, 1 <= d <= 3) and the connectivity
@@ -73,23 +74,26 @@ PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const d
 
 // ---------------------------------------------------------------------------
 // MEDIT solution files: a header line of four "%d " numbers (dimension,
-// values per node, node count, 2), then the values with "%E ".
+// values per node, node count, 2), then the values with "%E ".  Like the
+// mesh writer they return -1 when the file cannot be opened or when a
+// write, the flush or the close fails, and close the file on every path.
 // ---------------------------------------------------------------------------
 
 // One scalar per node: header "dim 1 n 2", then the values eight to a line;
 // the last line (possibly empty, when n is a multiple of 8) ends the file.
-// `dim` is written as given.  Returns 0; -1 when the file cannot be opened.
+// `dim` is written as given.  Returns 0 or -1.
 PLEXA_API int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& values);
 
 // One vector per node (a column of `vectors`): header "dim rows cols 2", then
-// one line per column.  Returns 0; -1 when the file cannot be opened.
+// one line per column.  Returns 0 or -1.
 PLEXA_API int medit_vector(const char* path, unsigned int dim, const dense2D<double>& vectors);
 
 // One packed symmetric tensor per node (a column of 3 rows in 2-D, 6 in 3-D,
 // in the order of symmetric_fixed): header "2 3 cols 2" or "3 6 cols 2",
 // then one line per column as stored.  Returns 0; -1 when the file cannot be
 // opened; -2 when `tensors` has neither 3 nor 6 rows, which is tested after
-// opening the file: the empty file is left behind and its stream stays open.
+// opening the file: the empty file is left behind (closed); -1 when a
+// write, the flush or the close fails.
 PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors);
 
 }  // namespace plexa

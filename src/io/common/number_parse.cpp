@@ -1,0 +1,148 @@
+// "%lg" without stdio: the scanner follows the C library's rules for the
+// characters a floating-point conversion takes; the conversion goes through
+// std::from_chars (exact and locale-free), with the cases it reports out of
+// range decided here: those are far beyond the double range on one side or
+// the other, so the position of the leading digit and the exponent tell an
+// overflow (an infinity) from an underflow (a zero).
+#include "io/common/number_parse.hpp"
+
+#include <charconv>
+#include <cstdint>
+#include <limits>
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+namespace {
+
+constexpr char lower(char c) noexcept { return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c; }
+constexpr bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
+constexpr bool is_hex_digit(char c) noexcept {
+  return is_digit(c) || (lower(c) >= 'a' && lower(c) <= 'f');
+}
+
+// Whether `word` (lower case) starts at p, in any case.
+bool starts_with(const char* p, const char* word) noexcept {
+  for (; *word; ++p, ++word)
+    if (lower(*p) != *word) return false;
+  return true;
+}
+
+// The exponent after the exponent letter at e (the text ends at last),
+// saturated far beyond any double's range; 0 without digits.
+long exponent_at(const char* e, const char* last) noexcept {
+  const char* p = e + 1;
+  bool negative = false;
+  if (p < last && (*p == '+' || *p == '-')) negative = *p++ == '-';
+  long v = 0;
+  for (; p < last && is_digit(*p); ++p)
+    if (v < 100000000) v = v * 10 + (*p - '0');
+  return negative ? -v : v;
+}
+
+// For a significand [p, last) in base 10 (digit_weight 1) or 16 (4, in
+// bits) whose value is out of the double range: whether it is too large
+// (true) or too small.  The weight of its leading non-zero digit plus its
+// exponent is hundreds of units away from 0 either way.
+bool too_large(const char* p, const char* last, char exponent_letter, long digit_weight) noexcept {
+  long lead = 0;
+  bool point = false, seen = false;
+  for (; p < last && lower(*p) != exponent_letter; ++p) {
+    if (*p == '.') {
+      point = true;
+      continue;
+    }
+    if (!seen && *p != '0') seen = true, lead = point ? lead - digit_weight : 0;
+    else if (!seen && point) lead -= digit_weight;
+    else if (seen && !point) lead += digit_weight;
+  }
+  return lead + (p < last ? exponent_at(p, last) : 0) >= 0;
+}
+
+}  // namespace
+
+bool scan_double(const char* text, number_text& number) noexcept {
+  const char* p = text;
+  while (is_c_space(*p)) ++p;
+  const char* first = p;
+  if (*p == '\0') return false;
+  const bool sign = *p == '-' || *p == '+';
+  if (sign && *++p == '\0') return false;
+  if (lower(*p) == 'n') {
+    if (!starts_with(p, "nan")) return false;
+    number = {first, p + 3};
+    return true;
+  }
+  if (lower(*p) == 'i') {
+    if (!starts_with(p, "inf")) return false;
+    p += 3;
+    if (lower(*p) == 'i') {
+      if (!starts_with(p, "inity")) return false;
+      p += 5;
+    }
+    number = {first, p};
+    return true;
+  }
+  bool hex = false, digit = false, point = false, exponent = false;
+  char exponent_letter = 'e';
+  if (*p == '0') {
+    ++p;
+    if (lower(*p) == 'x') {
+      hex = true;
+      exponent_letter = 'p';
+      ++p;
+    } else {
+      digit = true;
+    }
+  }
+  for (;; ++p) {
+    const char c = *p;
+    if (is_digit(c) || (hex && !exponent && is_hex_digit(c))) {
+      digit = true;
+    } else if (exponent && lower(p[-1]) == exponent_letter && (c == '-' || c == '+')) {
+    } else if (digit && !exponent && lower(c) == exponent_letter) {
+      exponent = point = true;
+    } else if (!point && c == '.') {
+      point = true;
+    } else {
+      break;
+    }
+  }
+  // Nothing after the sign, or only the "0x" of a hexadecimal number.
+  if (p == first + sign || (hex && p == first + sign + 2)) return false;
+  number = {first, p};
+  return true;
+}
+
+bool convert_double(const number_text& number, double& value) noexcept {
+  const char* p = number.first;
+  const char* last = number.last;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  double v;
+  if (lower(*p) == 'n') {
+    v = std::numeric_limits<double>::quiet_NaN();
+  } else if (lower(*p) == 'i') {
+    v = std::numeric_limits<double>::infinity();
+  } else {
+    const bool hex = p + 1 < last && p[0] == '0' && lower(p[1]) == 'x';
+    const char* digits = hex ? p + 2 : p;
+    const std::chars_format form = hex ? std::chars_format::hex : std::chars_format::general;
+    const std::from_chars_result r = std::from_chars(digits, last, v, form);
+    if (r.ec == std::errc::result_out_of_range) {
+      v = too_large(digits, last, hex ? 'p' : 'e', hex ? 4 : 1) ? std::numeric_limits<double>::infinity() : 0.0;
+    } else if (r.ec != std::errc()) {
+      // A hexadecimal number without a digit ("0x.") is read as its "0";
+      // other text without a digit is no number.
+      if (!hex) return false;
+      v = 0.0;
+    }
+  }
+  value = negative ? -v : v;
+  return true;
+}
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

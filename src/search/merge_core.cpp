@@ -3,8 +3,11 @@
 //
 // The definition of an answer is a box query on the balanced k-d tree over
 // the targets: among the eligible candidates at the smallest squared
-// distance, the one the tree visits last.  Two ways give that answer:
+// distance, the one the tree visits last.  Three ways give that answer, or
+// one with the same root once the chains are flattened:
 //
+// - with tolerance 0 and every node eligible to those before it, a hash of
+//   the places (exact_places.hpp): each node goes to the first at its place;
 // - the tree itself (tree_answers), built on first use;
 // - a uniform grid of bins (uniform_grid.hpp), sorted in one pass, whose
 //   scans cost about one bin per source when few nodes are close.  Its
@@ -13,7 +16,8 @@
 //   the source asks the tree, except in one case where the choice cannot
 //   change the flattened map (below).
 //
-// Every answer depends on its source only, so the two ways mix freely.
+// Every answer depends on its source only, so the grid and the tree mix
+// freely.
 #include "search/merge_core.hpp"
 
 #include <cfloat>
@@ -23,6 +27,7 @@
 #include "core/matrix_walk.hpp"
 #include "core/result_codes.hpp"
 #include "search/coincident_sources.hpp"
+#include "search/exact_places.hpp"
 #include "search/kd_tree.hpp"
 #include "search/uniform_grid.hpp"
 
@@ -225,6 +230,25 @@ grid_answer<D> scan_grid(const uniform_grid<D>& grid, const double* p, unsigned 
   return a;
 }
 
+// Applies the records to the identity map `out` and flattens the chains;
+// returns the number of records.
+int finish(const dense1D<unsigned, 8>& S, const dense1D<merge_record, 8>& records, unsigned* out) noexcept {
+  for (const merge_record& r : records) out[r.source] = r.target;
+  if (records.size() > 1) {
+    // Every step of a chain goes to a target of smaller rank, so chains end.
+    for (unsigned s : S) {
+      unsigned root = s;
+      while (out[root] != root) root = out[root];
+      for (unsigned v = s; out[v] != root;) {
+        const unsigned next = out[v];
+        out[v] = root;
+        v = next;
+      }
+    }
+  }
+  return int(records.size());
+}
+
 template <unsigned D>
 int merge_with(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const dense1D<unsigned, 8>& T,
                const dense2D<unsigned>* first, const dense2D<unsigned>* last, unsigned mode, double tolerance,
@@ -246,6 +270,21 @@ int merge_with(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   const double d = tolerance, d2 = tolerance * tolerance;
   const unsigned* rk = rank.data();
   tree_answers<D> tree(pos, T, rk, tolerance);
+
+  if (walk == merge_walk::fastest && d == 0.0 && mode == 0 && same) {
+    // Exact coincidence only, every node eligible to those before it: each
+    // node with finite coordinates goes to the first node at its place.
+    first_at_place<D> places;
+    if (!places.reset(pos, T.size())) return OUT_OF_MEMORY;
+    for (unsigned s : T) {
+      const double* p = x + s * ld;
+      if (!finite_point<D>(p)) continue;
+      const unsigned f = places.first(s, p);
+      if (f != s && !records.push_back(merge_record{0.0, s, f})) return OUT_OF_MEMORY;
+    }
+    counts.by_grid = T.size();
+    return finish(S, records, out);
+  }
 
   // The grid, unless the tolerance is so large that squared distances may
   // overflow (then a candidate at an infinite distance can be eligible).
@@ -310,20 +349,7 @@ int merge_with(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
     }
   }
 
-  for (const merge_record& r : records) out[r.source] = r.target;
-  if (records.size() > 1) {
-    // Every step of a chain goes to a target of smaller rank, so chains end.
-    for (unsigned s : S) {
-      unsigned root = s;
-      while (out[root] != root) root = out[root];
-      for (unsigned v = s; out[v] != root;) {
-        const unsigned next = out[v];
-        out[v] = root;
-        v = next;
-      }
-    }
-  }
-  return int(records.size());
+  return finish(S, records, out);
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ namespace detail {
 // (the reference that the fast path must reproduce, open to tests).
 enum class merge_walk { fastest, tree_only };
 
-// How many sources each way answered (for tests).
+// How many sources were answered without the tree (by the grid or the hash
+// of exact places) and by the tree (for tests).
 struct merge_counts {
   unsigned by_grid = 0;
   unsigned by_tree = 0;

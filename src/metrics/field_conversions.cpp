@@ -3,8 +3,8 @@
 // field is sized by the caller and only its first columns are written.
 #include <zeb/plexa/metrics.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/result_codes.hpp"
-#include "metrics/detached_input.hpp"
 #include "metrics/tensor.hpp"
 
 namespace zeb {

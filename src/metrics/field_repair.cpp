@@ -2,8 +2,8 @@
 // from a reference.
 #include <zeb/plexa/metrics.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/result_codes.hpp"
-#include "metrics/detached_input.hpp"
 #include "metrics/eigen.hpp"
 
 namespace zeb {

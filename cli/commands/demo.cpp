@@ -10,6 +10,7 @@
 
 #include "builtin_mesh.hpp"
 #include "command.hpp"
+#include "mesh_edges.hpp"
 #include "mesh_summary.hpp"
 
 namespace plexa_cli {
@@ -50,6 +51,16 @@ int write_files(const invocation& call, const std::string& folder, const zeb::de
   return EXIT_OK;
 }
 
+// The free boundary of the mesh (faces by kind) and the histogram of its
+// edge lengths against a uniform size of 1.
+int write_boundary_and_edges(const invocation& call, const zeb::dense2D<double>& coords,
+                             const zeb::dense2D<unsigned>& solids) {
+  if (!write_free_boundary(call.out, solids, zeb::plexa::ELT_SOLID_MIX) ||
+      !write_edge_lengths(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX, 1.0))
+    return failure(call, "cannot measure the boundary and the edges of the built-in mesh");
+  return EXIT_OK;
+}
+
 int demo_main(const invocation& call) {
   std::string folder = default_folder;
   for (int k = 0; k < call.argc; ++k) {
@@ -70,6 +81,7 @@ int demo_main(const invocation& call) {
   std::fputs("built-in mesh of mixed solids\n", call.out);
   if (!write_mesh_summary(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX))
     return failure(call, "the built-in mesh is not a valid mixed solid mesh");
+  if (const int status = write_boundary_and_edges(call, coords, solids)) return status;
   return write_files(call, folder, coords, solids);
 }
 
@@ -82,8 +94,10 @@ extern const command demo_command = {
     "\n"
     "Builds the built-in mesh (two hexahedra, a roof of two wedges, a pyramid\n"
     "and two tetrahedra sharing faces) and prints its node count, its elements\n"
-    "by type and its bounding box.  Then writes into the output folder, which it\n"
-    "creates when missing and names on the standard output:\n"
+    "by type and its bounding box, its free boundary (faces by kind) and a\n"
+    "histogram of its edge lengths (each edge once) against a uniform size of 1.\n"
+    "Then writes into the output folder, which it creates when missing and names\n"
+    "on the standard output:\n"
     "  demo.mesh  the mesh, as a MEDIT mesh file;\n"
     "  demo.sol   the distance of each node to the origin, as a MEDIT scalar\n"
     "             solution file (MEDIT viewers pair it with demo.mesh).\n"

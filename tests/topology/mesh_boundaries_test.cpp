@@ -120,39 +120,70 @@ TEST(MeshBoundaries, ColourInterfacesMatchABruteForcePassOverFacePairs) {
 
 namespace {
 
-// What get_elements_on_boundaries may answer for the boundary `b` (k
-// nodes): the keys of the element boundaries listing the same nodes in an
-// accepted direction, among the elements reachable from the ancestor of
-// b[0] across faces that hold b[0] (found by brute force).
-std::set<unsigned> acceptable_keys(const std::vector<face>& faces, const V& across_face, const dense1D<unsigned>& up,
-                                   unsigned nb, const V& b, int orientation) {
-  const unsigned a = b[0];
-  if (a >= up.size() || up[a] == NO) return {};
-  std::set<unsigned> reached = {up[a]}, todo = {up[a]};
-  while (!todo.empty()) {
-    const unsigned e = *todo.begin();
-    todo.erase(todo.begin());
-    for (std::size_t q = 0; q < faces.size(); ++q)
-      if (faces[q].e == e && across_face[q] != NO && std::count(faces[q].nodes.begin(), faces[q].nodes.end(), a) &&
-          reached.insert(across_face[q]).second)
-        todo.insert(across_face[q]);
+// What get_elements_on_boundaries may answer for a boundary b: the keys of
+// the element boundaries listing the same nodes in an accepted direction,
+// among the elements reachable from the ancestor of b[0] across faces that
+// hold b[0] (found by brute force over the faces).
+class answers {
+ public:
+  answers(const dense2D<unsigned>& c, element_type type, const dense1D<unsigned>& up)
+      : faces_(all_faces(c, type)), across_(other_side(faces_)), up_(up), nb_(nbr_boundaries(type)) {
+    first_.assign(c.cols() + 1, 0);
+    for (const face& f : faces_) ++first_[f.e + 1];
+    for (unsigned e = 0; e < c.cols(); ++e) first_[e + 1] += first_[e];
+    for (std::size_t q = 0; q < faces_.size(); ++q) by_nodes_[faces_[q].sorted].push_back(q);
   }
-  std::set<unsigned> keys;
-  for (const face& f : faces) {
-    if (!reached.count(f.e) || f.nodes.size() != b.size()) continue;
-    bool same = false, reversed = false;
-    for (std::size_t s = 0; s < b.size(); ++s) {
-      V rot(f.nodes.begin() + s, f.nodes.end());
-      rot.insert(rot.end(), f.nodes.begin(), f.nodes.begin() + s);
-      same |= rot == b;
-      std::reverse(rot.begin(), rot.end());
-      reversed |= rot == b;
+
+  std::set<unsigned> keys(const V& b, int orientation) {
+    const unsigned a = b[0];
+    if (a >= up_.size() || up_[a] == NO) return {};
+    const std::set<unsigned>& reached = ball(a);
+    V sorted = b;
+    std::sort(sorted.begin(), sorted.end());
+    std::set<unsigned> out;
+    for (const std::size_t q : by_nodes_[sorted]) {
+      const face& f = faces_[q];
+      if (!reached.count(f.e)) continue;
+      bool same = false, reversed = false;
+      for (std::size_t s = 0; s < b.size(); ++s) {
+        V rot(f.nodes.begin() + s, f.nodes.end());
+        rot.insert(rot.end(), f.nodes.begin(), f.nodes.begin() + s);
+        same |= rot == b;
+        std::reverse(rot.begin(), rot.end());
+        reversed |= rot == b;
+      }
+      if (b.size() == 2) same = f.nodes == b, reversed = f.nodes == V{b[1], b[0]};
+      if ((same && orientation >= -1) || (reversed && orientation <= 0)) out.insert(f.e * nb_ + f.j);
     }
-    if (b.size() == 2) same = f.nodes == b, reversed = f.nodes == V{b[1], b[0]};
-    if ((same && orientation >= -1) || (reversed && orientation <= 0)) keys.insert(f.e * nb + f.j);
+    return out;
   }
-  return keys;
-}
+
+ private:
+  const std::set<unsigned>& ball(unsigned a) {
+    auto [it, fresh] = balls_.try_emplace(a);
+    if (!fresh) return it->second;
+    std::set<unsigned>& reached = it->second;
+    V todo = {up_[a]};
+    reached.insert(up_[a]);
+    while (!todo.empty()) {
+      const unsigned e = todo.back();
+      todo.pop_back();
+      for (std::size_t q = first_[e]; q < first_[e + 1]; ++q)
+        if (across_[q] != NO && std::count(faces_[q].nodes.begin(), faces_[q].nodes.end(), a) &&
+            reached.insert(across_[q]).second)
+          todo.push_back(across_[q]);
+    }
+    return reached;
+  }
+
+  std::vector<face> faces_;
+  V across_;
+  const dense1D<unsigned>& up_;
+  unsigned nb_;
+  std::vector<std::size_t> first_;
+  std::map<V, std::vector<std::size_t>> by_nodes_;
+  std::map<unsigned, std::set<unsigned>> balls_;
+};
 
 }  // namespace
 
@@ -162,11 +193,10 @@ TEST(ElementsOnBoundaries, FindTheFacesTheFilterAllows) {
     for (double holes : {0.0, 0.2}) {
       const random_mesh m = small_mesh(g, cut, holes);
       SCOPED_TRACE(testing::Message() << "type " << m.type << " holes " << holes);
-      const std::vector<face> faces = all_faces(m.connect, m.type);
-      const V across = other_side(faces);
       const dense2D<unsigned> nbr = neighbors_of(m);
       dense1D<unsigned> up;
       ASSERT_EQ(get_ancestors(m.connect, up), 0);
+      answers oracle(m.connect, m.type, up);
       const unsigned rows = detail::boundary_rows(m.type), nb = nbr_boundaries(m.type);
 
       // The free boundary as given, then reversed; then every face.
@@ -181,7 +211,7 @@ TEST(ElementsOnBoundaries, FindTheFacesTheFilterAllows) {
         }
       const std::size_t free_count = columns.size();
       for (std::size_t i = 0; i < free_count; ++i) columns.push_back(V(columns[i].rbegin(), columns[i].rend()));
-      for (const face& f : faces) columns.push_back(f.nodes);
+      for (const face& f : all_faces(m.connect, m.type)) columns.push_back(f.nodes);
       V all;
       for (const V& b : columns) put_column(all, b, rows);
       dense2D<unsigned> queries(rows, unsigned(columns.size()));
@@ -197,7 +227,7 @@ TEST(ElementsOnBoundaries, FindTheFacesTheFilterAllows) {
         ASSERT_EQ(keys.size(), columns.size());
         unsigned found_free = 0;
         for (std::size_t i = 0; i < columns.size(); ++i) {
-          const std::set<unsigned> ok = acceptable_keys(faces, across, up, nb, columns[i], orientation);
+          const std::set<unsigned> ok = oracle.keys(columns[i], orientation);
           if (ok.empty())
             EXPECT_EQ(keys[i], NO) << "column " << i << " orientation " << orientation;
           else

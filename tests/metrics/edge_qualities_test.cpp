@@ -4,7 +4,6 @@
 
 #include "metrics/metric_samples.hpp"
 #include "support/meshes.hpp"
-#include "topology/boundary_tables.hpp"
 
 using namespace plexa_test;
 
@@ -21,19 +20,6 @@ struct recorder : zeb::misc::histogram {
     histogram::process(v);
   }
 };
-
-pair_set edges_of(const dense2D<unsigned>& c, element_type type) {
-  pair_set out;
-  for (unsigned e = 0; e < c.cols(); ++e) {
-    const unsigned* col = &c(0, e);
-    const detail::edge_list& t = *detail::edges_of(detail::column_kind(type, col));
-    for (unsigned k = 0; k < t.count; ++k) {
-      const unsigned a = col[t.node[k][0]], b = col[t.node[k][1]];
-      out.insert({std::min(a, b), std::max(a, b)});
-    }
-  }
-  return out;
-}
 
 // m r / ln(1 + r), the mean size along an edge whose size varies linearly.
 double mean_size(double a, double b) {
@@ -158,7 +144,7 @@ TEST(EdgeQualities, SizesMatchADirectLoopOverTheEdgeSet) {
       if (g() % 20 == 0) h[v] = g() % 2 ? 0.0 : NAN, usable[v] = false;
     }
     h[m.connect(0, 0)] = -1, usable[m.connect(0, 0)] = false;
-    const pair_set edges = edges_of(m.connect, m.type);
+    const pair_set edges = vertex_edges(m.connect, m.type);
     pair_set removed;
     const dense2D<unsigned> excluded = pick_excluded(g, edges, nodes, removed);
     const expectation x = direct_loop(edges, removed, usable, [&](unsigned i, unsigned j) {
@@ -208,7 +194,7 @@ void check_metrics(std::mt19937_64& g, cell_cut cut) {
     }
     for (unsigned k = 0; k < P; ++k) M(k, v) = s[k];
   }
-  const pair_set edges = edges_of(m.connect, m.type);
+  const pair_set edges = vertex_edges(m.connect, m.type);
   pair_set removed;
   const dense2D<unsigned> excluded = pick_excluded(g, edges, nodes, removed);
   const expectation x = direct_loop(edges, removed, usable, [&](unsigned i, unsigned j) {

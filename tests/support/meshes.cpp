@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "topology/boundary_tables.hpp"
+
 namespace plexa_test {
 
 using zeb::dense2D;
@@ -234,6 +236,20 @@ random_mesh random_conforming_mesh(std::mt19937_64& g, cell_cut cut, unsigned nx
       m.connect(i, e) = node == NO ? NO : number[node];
     }
   return m;
+}
+
+std::set<std::pair<unsigned, unsigned>> vertex_edges(const dense2D<unsigned>& connect, zeb::plexa::element_type type) {
+  namespace detail = zeb::plexa::detail;
+  std::set<std::pair<unsigned, unsigned>> out;
+  for (unsigned e = 0; e < connect.cols(); ++e) {
+    const unsigned* col = &connect(0, e);
+    const detail::edge_list& t = *detail::edges_of(detail::column_kind(type, col));
+    for (unsigned k = 0; k < t.count; ++k) {
+      const unsigned a = col[t.node[k][0]], b = col[t.node[k][1]];
+      out.insert({std::min(a, b), std::max(a, b)});
+    }
+  }
+  return out;
 }
 
 dense2D<unsigned> with_fins(const dense2D<unsigned>& connect, unsigned first_new_node, unsigned count,

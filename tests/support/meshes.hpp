@@ -8,6 +8,8 @@
 #pragma once
 
 #include <random>
+#include <set>
+#include <utility>
 
 #include <zeb/dense.hpp>
 #include <zeb/plexa/core.hpp>
@@ -53,6 +55,11 @@ struct random_mesh {
 // (their nodes stay).
 random_mesh random_conforming_mesh(std::mt19937_64& g, cell_cut cut, unsigned nx, unsigned ny, unsigned nz = 1,
                                    double holes = 0.1);
+
+// The vertex edges of a linear connectivity (mixed types read per column)
+// as (smaller, larger) pairs, from the library's edge tables.
+std::set<std::pair<unsigned, unsigned>> vertex_edges(const zeb::dense2D<unsigned>& connect,
+                                                     zeb::plexa::element_type type);
 
 // Appends `count` copies of random columns of `connect` with the last row
 // replaced by a new node (numbered from `first_new_node`): each shares a

@@ -3,7 +3,6 @@
 
 #include "support/meshes.hpp"
 #include "support/support.hpp"
-#include "topology/boundary_tables.hpp"
 
 using namespace zeb::plexa;
 using namespace plexa_test;
@@ -13,17 +12,10 @@ namespace {
 
 using edge_set = std::set<std::pair<unsigned, unsigned>>;
 
-// The vertex edges of a linear block (kinds per column for the mixed ones),
-// from the edge tables.
+// Adds the vertex edges of a linear block.
 void add_edges(edge_set& out, const dense2D<unsigned>& c, element_type type) {
-  for (unsigned e = 0; e < c.cols(); ++e) {
-    const unsigned* col = &c(0, e);
-    const detail::edge_list& t = *detail::edges_of(detail::column_kind(type, col));
-    for (unsigned k = 0; k < t.count; ++k) {
-      const unsigned a = col[t.node[k][0]], b = col[t.node[k][1]];
-      out.insert({std::min(a, b), std::max(a, b)});
-    }
-  }
+  const edge_set more = vertex_edges(c, type);
+  out.insert(more.begin(), more.end());
 }
 
 V flat(const edge_set& s) {

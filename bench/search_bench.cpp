@@ -186,10 +186,10 @@ void BM_find_closest_nanoflann(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * N);
 }
 
-// merge(pos, new_IDs, tolerance): every node onto the closest node of
-// smaller index, coordinates of merged nodes overwritten.
-void BM_merge_plexa(benchmark::State& state) {
-  const dense2D<double>& input = points_with_copies();
+// merge(pos, new_IDs, tolerance) on a copy of `input` made outside the
+// timing: every node onto the closest node of smaller index, coordinates of
+// merged nodes overwritten.
+void time_self_merge(benchmark::State& state, const dense2D<double>& input) {
   long long peak = 0;
   int merged = 0;
   for (auto _ : state) {
@@ -203,8 +203,10 @@ void BM_merge_plexa(benchmark::State& state) {
     peak = std::max(peak, meter.bytes());
   }
   state.counters["merged"] = merged;
-  state.counters["peak_bytes_per_point"] = double(peak) / N;
+  state.counters["peak_bytes_per_point"] = double(peak) / input.cols();
 }
+
+void BM_merge_plexa(benchmark::State& state) { time_self_merge(state, points_with_copies()); }
 
 // The node-list form over all nodes (the distinct list is collected too).
 void BM_merge_plexa_node_list(benchmark::State& state) {
@@ -255,6 +257,66 @@ void BM_merge_nanoflann(benchmark::State& state) {
   state.counters["peak_bytes_per_point"] = double(peak) / N;
 }
 
+// A detector grown one node per insert() call, as a mesh generator grows it:
+// node 0 indexed first, then nodes 1 ... n - 1 one by one.  Each call
+// shuffles a list of one node, so sorted or coincident nodes make a chain.
+void grow_one_per_call(benchmark::State& state, const dense2D<double>& pos) {
+  const unsigned n = pos.cols();
+  for (auto _ : state) {
+    zeb::plexa::node_detector d(pos, dense1D<unsigned, 8>(1, 0u));
+    dense1D<unsigned, 8> one(1);
+    unsigned added = 0;
+    for (unsigned i = 1; i < n; ++i) {
+      one[0] = i;
+      added += d.insert(one);
+    }
+    benchmark::DoNotOptimize(added);
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+
+// The common use of insert: half of the random points indexed balanced,
+// the other half added in one call.
+void BM_insert_batch_random(benchmark::State& state) {
+  const dense2D<double>& pos = random_points();
+  dense1D<unsigned, 8> first(N / 2), second(N - N / 2);
+  for (unsigned i = 0; i < N; ++i) (i < N / 2 ? first[i] : second[i - N / 2]) = i;
+  for (auto _ : state) {
+    state.PauseTiming();
+    zeb::plexa::node_detector d(pos, first);
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(d.insert(second));
+  }
+  state.SetItemsProcessed(state.iterations() * second.size());
+}
+
+void BM_insert_one_per_call_sorted_line(benchmark::State& state) {
+  const unsigned n = unsigned(state.range(0));
+  dense2D<double> pos(3, n, 0.0);
+  for (unsigned j = 0; j < n; ++j) pos(0, j) = j;
+  grow_one_per_call(state, pos);
+}
+
+void BM_insert_one_per_call_coincident(benchmark::State& state) {
+  grow_one_per_call(state, dense2D<double>(3, unsigned(state.range(0)), 0.5));
+}
+
+// Self-merge of points that fall exactly on `clusters` random places (the
+// place of each point drawn at random), tolerance 1e-6.
+void BM_merge_coincident_clusters(benchmark::State& state) {
+  const unsigned n = unsigned(state.range(0)), clusters = unsigned(state.range(1));
+  dense2D<double> input(3, n);
+  std::mt19937_64 g(5);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  std::vector<double> places(3 * std::size_t(clusters));
+  for (double& x : places) x = u(g);
+  for (unsigned j = 0; j < n; ++j) {
+    const unsigned c = unsigned(g() % clusters);
+    for (unsigned i = 0; i < 3; ++i) input(i, j) = places[3 * std::size_t(c) + i];
+  }
+  time_self_merge(state, input);
+}
+
 }  // namespace
 
 BENCHMARK(BM_build_plexa)->Unit(benchmark::kMillisecond);
@@ -264,3 +326,7 @@ BENCHMARK(BM_find_closest_nanoflann)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_merge_plexa)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_merge_plexa_node_list)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_merge_nanoflann)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_insert_batch_random)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_insert_one_per_call_sorted_line)->Arg(40000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_insert_one_per_call_coincident)->Arg(40000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_merge_coincident_clusters)->Args({1000000, 1000})->Args({100000, 1})->Unit(benchmark::kMillisecond);

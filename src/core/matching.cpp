@@ -1,9 +1,11 @@
 // Matching of two index lists and of the columns of two connectivities.
 #include <zeb/plexa/indices.hpp>
 
-#include "core/index_bitmap.hpp"
+#include "core/aliasing.hpp"
 #include "core/hashing.hpp"
+#include "core/index_bitmap.hpp"
 #include "core/index_map.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -12,20 +14,21 @@ using detail::NO_INDEX;
 
 namespace {
 
-// Empties both outputs, then sizes them filled with the marker.
-bool reset_outputs(dense1D<unsigned int, 8>& pos1, unsigned n1, dense1D<unsigned int, 8>& pos2, unsigned n2) {
-  pos1.clear();
-  pos2.clear();
-  if (pos1.resize(n1, NO_INDEX) && pos2.resize(n2, NO_INDEX)) return true;
-  pos1.clear();
-  pos2.clear();
-  return false;
+// Empties both outputs, detaching those that share storage with an input
+// (given as its copy taken on entry) or with each other; 0, or -4 when they
+// are one object.
+template <class In>
+int empty_outputs(const In& in1, const In& in2, dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2) {
+  detail::empty_output(pos1, in1, in2, pos2);
+  detail::empty_output(pos2, in1, in2, pos1);
+  return &pos1 == &pos2 ? detail::bad_argument(4) : 0;
 }
 
-int out_of_memory(dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2) {
-  pos1.clear();
-  pos2.clear();
-  return -199;
+// Sizes the emptied outputs, filled with the marker.
+bool reset_outputs(dense1D<unsigned int, 8>& pos1, unsigned n1, dense1D<unsigned int, 8>& pos2, unsigned n2) {
+  if (pos1.resize(n1, NO_INDEX) && pos2.resize(n2, NO_INDEX)) return true;
+  detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
+  return false;
 }
 
 // Records the matches of b (walked from its last entry to its first) given
@@ -128,10 +131,12 @@ bool same_cycle(const unsigned* a, unsigned ra, const unsigned* b, unsigned rb, 
 
 }  // namespace
 
-int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>& IDs2,
+int get_IDs(const dense1D<unsigned int, 8>& IDs1_arg, const dense1D<unsigned int, 8>& IDs2_arg,
             dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2) {
+  const dense1D<unsigned int, 8> IDs1 = IDs1_arg, IDs2 = IDs2_arg;  // as on entry: an output may be one of them
+  if (const int r = empty_outputs(IDs1, IDs2, pos1, pos2)) return r;
   const unsigned n1 = IDs1.size(), n2 = IDs2.size();
-  if (!reset_outputs(pos1, n2, pos2, n1)) return -199;
+  if (!reset_outputs(pos1, n2, pos2, n1)) return detail::OUT_OF_MEMORY;
   if (n1 == 0 || n2 == 0) return 0;
   const unsigned* a = IDs1.data();
   const unsigned* b = IDs2.data();
@@ -146,7 +151,7 @@ int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>
   const unsigned span = hi - lo;
   if (std::uint64_t(span) < 4 * std::uint64_t(n1) + 4096) {
     dense1D<unsigned, 8> first(span + 1, NO_INDEX);
-    if (first.size() != span + 1) return out_of_memory(pos1, pos2);
+    if (first.size() != span + 1) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
     unsigned* f = first.data();
     for (unsigned i = n1; i-- > 0;)
       if (a[i] != NO_INDEX) f[a[i] - lo] = i;
@@ -155,17 +160,19 @@ int get_IDs(const dense1D<unsigned int, 8>& IDs1, const dense1D<unsigned int, 8>
     return 0;
   }
   detail::index_map first;
-  if (!first.init(n1)) return out_of_memory(pos1, pos2);
+  if (!first.init(n1)) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
   for (unsigned i = n1; i-- > 0;)
     if (a[i] != NO_INDEX) first.assign(a[i], i);
   match_backwards(b, n2, [&first](unsigned v) { return v == NO_INDEX ? NO_INDEX : first.find(v); }, p1, p2);
   return 0;
 }
 
-int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& connect2,
+int get_IDs(const dense2D<unsigned int>& connect1_arg, const dense2D<unsigned int>& connect2_arg,
             dense1D<unsigned int, 8>& pos1, dense1D<unsigned int, 8>& pos2, bool strict) {
+  const dense2D<unsigned int> connect1 = connect1_arg, connect2 = connect2_arg;  // as on entry
+  if (const int r = empty_outputs(connect1, connect2, pos1, pos2)) return r;
   const unsigned n1 = connect1.cols(), n2 = connect2.cols();
-  if (!reset_outputs(pos1, n2, pos2, n1)) return -199;
+  if (!reset_outputs(pos1, n2, pos2, n1)) return detail::OUT_OF_MEMORY;
   if (connect1.empty() || connect2.empty()) return 0;
   if (connect1.rows() != connect2.rows()) return -2;
   const unsigned rows = connect1.rows();
@@ -174,9 +181,9 @@ int get_IDs(const dense2D<unsigned int>& connect1, const dense2D<unsigned int>& 
   const std::size_t ld1 = connect1.ld(), ld2 = connect2.ld();
 
   column_table table;
-  if (!table.init(n1)) return out_of_memory(pos1, pos2);
+  if (!table.init(n1)) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
   for (unsigned i = 0; i < n1; ++i)
-    if (!table.insert(detail::unordered_key(c1 + i * ld1, rows), i)) return out_of_memory(pos1, pos2);
+    if (!table.insert(detail::unordered_key(c1 + i * ld1, rows), i)) return detail::fail(detail::OUT_OF_MEMORY, pos1, pos2);
 
   // Without strict, both columns are read from their largest entry on, and
   // the second one also backwards: equal cycles, either way round, match.

@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "core/result_codes.hpp"
+
 namespace zeb {
 namespace plexa {
 
@@ -17,7 +19,7 @@ template <class T>
 int scatter(dense1D<T, 8>& v, const dense1D<unsigned int, 8>& perm) {
   if (v.empty()) return 0;
   dense1D<T, 8> t;
-  if (!t.copy(v)) return -199;
+  if (!t.copy(v)) return detail::OUT_OF_MEMORY;
   const unsigned n = v.size();
   const unsigned m = perm.size() < n ? perm.size() : n;
   const T* from = v.data();

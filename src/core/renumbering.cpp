@@ -1,6 +1,7 @@
 // Shifting and renumbering of node indices.
 #include <zeb/plexa/indices.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
 
@@ -32,19 +33,26 @@ int shift_indices(dense2D<unsigned int>& connect, int shift, element_type type) 
   return 0;
 }
 
+// The map is read from a copy when ids or connect share its storage; when
+// that copy cannot be made nothing changes (the functions report nothing).
+
 void change_indices(dense1D<unsigned int, 8>& ids, const dense1D<unsigned int, 8>& new_IDs) {
   if (ids.empty() || new_IDs.empty()) return;
-  const unsigned* map = new_IDs.data();
-  const unsigned m = new_IDs.size();
+  dense1D<unsigned int, 8> table;
+  if (!detail::detach(new_IDs, ids, table)) return;
+  const unsigned* map = table.data();
+  const unsigned m = table.size();
   unsigned* p = ids.data();
   for (unsigned i = 0, n = ids.size(); i < n; ++i)
     if (p[i] < m) p[i] = map[p[i]];
 }
 
 void change_indices(dense2D<unsigned int>& connect, const dense1D<unsigned int, 8>& new_IDs) {
-  if (new_IDs.empty()) return;
-  const unsigned* map = new_IDs.data();
-  const unsigned m = new_IDs.size();
+  if (connect.empty() || new_IDs.empty()) return;
+  dense1D<unsigned int, 8> table;
+  if (!detail::detach(new_IDs, connect, table)) return;
+  const unsigned* map = table.data();
+  const unsigned m = table.size();
   detail::for_each_entry(connect, [map, m](unsigned& v) {
     if (v < m) v = map[v];
   });

@@ -24,9 +24,12 @@ constexpr const char* bad_index = "a node index is not below the node count";
 constexpr const char* bad_connectivity = "the connectivity does not fit its element type or names a missing node";
 constexpr const char* reversed = "first is after last";
 constexpr const char* bad_tolerance = "negative or not a number";
+constexpr const char* same_output = "the same object as an earlier output";
 
 constexpr reason index_reasons[] = {
     {"get_IDs", -2, nullptr, "the two connectivities have different row counts"},
+    {"get_IDs", -4, nullptr, "the same object as pos1"},
+    {"get_sorted_order", -3, nullptr, "the same object as order"},
     {"unique_indices", -3, nullptr, reversed},
     {"count_unique_indices", -2, nullptr, reversed},
 };
@@ -34,6 +37,8 @@ constexpr reason index_reasons[] = {
 constexpr reason geometry_reasons[] = {
     {"inc_bounding_box", -1, nullptr, "its row count differs from the dimension of the box"},
     {"inc_bounding_box", -2, nullptr, bad_index},
+    {"inc_bounding_box", -3, nullptr, "the same object as min"},
+    {"inc_bounding_box", -4, nullptr, "the same object as min"},
     {"centroids", -1, nullptr, "its row count is not 1, 2 or 3, or is below the element dimension"},
     {"centroids", -2, nullptr, bad_connectivity},
     {"centroids", -4, nullptr, "element type not supported (linear types only)"},
@@ -76,8 +81,18 @@ constexpr reason topology_reasons[] = {
     {"get_neighbors", -2, nullptr, "element type not supported"},
     {"get_node_graph", -2, "connectivity", "its row count does not fit the element type"},
     {"get_node_graph", -5, "type", "element type without an edge rule"},
-    {"get_subdomains", -2, nullptr, "its column count differs from the connectivity's"},
+    {"get_node_graph", -3, nullptr, "the same object as offsets"},
+    {"get_connected_elements", -3, nullptr, "the same object as offsets"},
+    {"get_subdomains", -2, nullptr, "it shares entries with the connectivity, or its column count differs"},
+    {"get_subdomains", -3, nullptr, "the same object as elements"},
     {"sort_elfes", -1, "neighbors", "its column count differs from the connectivity's"},
+    {"sort_elfes(connectivity, node_counts, group_ends, new_index)", -3, nullptr, "the same object as node_counts"},
+    {"sort_elfes(connectivity, node_counts, group_ends, new_index)", -4, nullptr, same_output},
+    {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -2, nullptr,
+     "it shares entries with the connectivity"},
+    {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -4, nullptr,
+     "the same object as node_counts"},
+    {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -5, nullptr, same_output},
     {"get_mesh_boundaries", -1, nullptr, bad_element_columns},
     {"get_mesh_boundaries", -2, nullptr, not_neighbors},
     {"get_mesh_boundaries", -3, nullptr, "element type not supported"},

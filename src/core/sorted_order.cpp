@@ -1,19 +1,23 @@
 // Grouping of positions by key: a stable counting sort.
 #include <zeb/plexa/indices.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
 
 using detail::NO_INDEX;
 
-int get_sorted_order(const dense1D<unsigned int, 8>& keys, dense1D<unsigned int, 8>& order,
+int get_sorted_order(const dense1D<unsigned int, 8>& keys_arg, dense1D<unsigned int, 8>& order,
                      dense1D<unsigned int, 8>& offsets) {
-  order.clear();
-  offsets.clear();
+  const dense1D<unsigned int, 8> keys = keys_arg;  // kept as on entry: an output may be keys_arg
+  detail::empty_output(order, keys, offsets);
+  detail::empty_output(offsets, keys, order);
+  if (&order == &offsets) return detail::bad_argument(3);
   if (keys.empty()) {
-    if (!offsets.resize(1, 0u)) return -199;
+    if (!offsets.resize(1, 0u)) return detail::OUT_OF_MEMORY;
     return 0;
   }
   const unsigned* k = keys.data();
@@ -26,11 +30,8 @@ int get_sorted_order(const dense1D<unsigned int, 8>& keys, dense1D<unsigned int,
   }
   // Counts stand two places above their key; the prefix sum then leaves the
   // start of key k at k + 1, which the scatter advances to its end.
-  if (std::uint64_t(max_key) + 3 > UINT32_MAX || !offsets.resize(max_key + 3, 0u) || !order.resize(kept)) {
-    order.clear_hard();
-    offsets.clear_hard();
-    return -199;
-  }
+  if (std::uint64_t(max_key) + 3 > UINT32_MAX || !offsets.resize(max_key + 3, 0u) || !order.resize(kept))
+    return detail::fail(detail::OUT_OF_MEMORY, order, offsets);
   unsigned* off = offsets.data();
   for (unsigned i = 0; i < n; ++i)
     if (k[i] != NO_INDEX) ++off[k[i] + 2];

@@ -3,11 +3,15 @@
 // Values that lie close together (the usual case: node indices of a mesh)
 // are collected with a bitmap over [smallest, largest value]; sparse values go to
 // the index hash set with its sizing policy.  Both give the same results.
+#include <algorithm>
+
 #include <zeb/plexa/indices.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/index_bitmap.hpp"
 #include "core/index_set.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -33,6 +37,26 @@ struct index_source {
     if (list && !list->empty() && !f(list->data(), std::size_t(list->size()))) return false;
     for (const dense2D<unsigned int>* m = first; m != last; ++m)
       if (!detail::all_runs(*m, f)) return false;
+    return true;
+  }
+
+  // True when a list or matrix of the source shares storage with `v`.
+  bool shares_storage(const dense1D<unsigned int, 8>& v) const {
+    if (list && detail::shares_storage(*list, v)) return true;
+    for (const dense2D<unsigned int>* m = first; m != last; ++m)
+      if (detail::shares_storage(*m, v)) return true;
+    return false;
+  }
+
+  // All entries in order, copied into `out` (`total` of them); false when
+  // memory cannot be had.
+  bool copy_entries(std::uint64_t total, dense1D<unsigned int, 8>& out) const {
+    if (total > UINT32_MAX || !out.resize(unsigned(total))) return false;
+    unsigned* to = out.data();
+    all_runs([&to](const unsigned* p, std::size_t n) {
+      to = std::copy(p, p + n, to);
+      return true;
+    });
     return true;
   }
 
@@ -101,16 +125,25 @@ std::int64_t collect(const index_source& src, const dense1D<unsigned int, 8>& ex
 }
 
 // Appends to uIDs; on failure uIDs keeps its size (only its capacity may
-// have grown).
-int append_unique(dense1D<unsigned int, 8>& uIDs, const index_source& src, const dense1D<unsigned int, 8>& excluded) {
-  const std::uint64_t total = src.total();
+// have grown).  Entries that share uIDs's storage, which the appends may
+// move or overwrite, are read from copies made first.
+int append_unique(dense1D<unsigned int, 8>& uIDs, const index_source& given, const dense1D<unsigned int, 8>& excluded_arg) {
+  const std::uint64_t total = given.total();
   if (total == 0) return 0;
   const unsigned old_size = uIDs.size();
-  if (std::uint64_t(old_size) + total > UINT32_MAX || !uIDs.reserve(old_size + unsigned(total))) return -199;
+  if (std::uint64_t(old_size) + total > UINT32_MAX) return detail::OUT_OF_MEMORY;
+  dense1D<unsigned int, 8> excluded, entries;
+  index_source src = given;
+  if (given.shares_storage(uIDs)) {
+    if (!given.copy_entries(total, entries)) return detail::OUT_OF_MEMORY;
+    src = index_source{&entries, nullptr, nullptr};
+  }
+  if (!detail::detach(excluded_arg, uIDs, excluded) || !uIDs.reserve(old_size + unsigned(total)))
+    return detail::OUT_OF_MEMORY;
   // The new values are written past the current size, into the reserved
   // room, and become part of uIDs only once the whole walk succeeded.
   const std::int64_t added = collect(src, excluded, total, uIDs.data() + old_size);
-  if (added < 0) return -199;
+  if (added < 0) return detail::OUT_OF_MEMORY;
   uIDs.resize(old_size + unsigned(added));  // within the reserved room: cannot fail
   return 0;
 }
@@ -145,7 +178,7 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
   src.value_range(lo, hi);
   if (detail::bitmap_pays_off(hi - lo, total)) {
     detail::index_bitmap seen;
-    if (!seen.init(lo, hi)) return -199;
+    if (!seen.init(lo, hi)) return detail::OUT_OF_MEMORY;
     std::size_t count = 0;
     src.all_runs([&](const unsigned* p, std::size_t n) {
       count += seen.mark_run(p, n);
@@ -155,7 +188,7 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
   }
 
   detail::index_set seen;
-  if (!seen.init() || !seen.presize(total)) return -199;
+  if (!seen.init() || !seen.presize(total)) return detail::OUT_OF_MEMORY;
   const bool ok = src.all_runs([&seen](const unsigned* p, std::size_t n) {
     for (std::size_t k = 0; k < n; ++k) {
       if (k + lookahead < n) seen.prefetch(p[k + lookahead]);
@@ -163,7 +196,7 @@ int count_unique_indices(const dense2D<unsigned int>* first, const dense2D<unsig
     }
     return true;
   });
-  return ok ? int(seen.size()) : -199;
+  return ok ? int(seen.size()) : detail::OUT_OF_MEMORY;
 }
 
 int count_unique_indices(const dense2D<unsigned int>& connect) { return count_unique_indices(&connect, &connect + 1); }

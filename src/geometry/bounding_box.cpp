@@ -4,6 +4,7 @@
 #include <zeb/plexa/indices.hpp>
 
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -20,8 +21,12 @@ inline void grow(const double* x, double* lo, double* hi) noexcept {
   }
 }
 
+// Every form first refuses min and max being one object (no box can be
+// right), naming max.
+
 template <unsigned D>
 int box_all(const dense2D<double>& pos, vector_fixed<double, D>& min, vector_fixed<double, D>& max) {
+  if (&min == &max) return detail::bad_argument(3);
   if (pos.rows() != D) return -1;
   if (pos.empty()) return 0;
   double lo[D], hi[D];
@@ -36,6 +41,7 @@ int box_all(const dense2D<double>& pos, vector_fixed<double, D>& min, vector_fix
 template <unsigned D>
 int box_list(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes, vector_fixed<double, D>& min,
              vector_fixed<double, D>& max) {
+  if (&min == &max) return detail::bad_argument(4);
   if (nodes.empty()) return 0;
   if (pos.rows() != D) return -1;
   const unsigned cols = pos.cols();
@@ -54,8 +60,9 @@ int box_list(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes, 
 template <unsigned D>
 int box_connect(const dense2D<double>& pos, const dense2D<unsigned int>& connect, vector_fixed<double, D>& min,
                 vector_fixed<double, D>& max) {
+  if (&min == &max) return detail::bad_argument(4);
   dense1D<unsigned int, 8> nodes;
-  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   return box_list<D>(pos, nodes, min, max);
 }
 

@@ -4,6 +4,7 @@
 
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -64,14 +65,15 @@ void centroids_by_rows(const dense2D<double>& pos, const dense2D<unsigned int>& 
 
 }  // namespace
 
-int centroids(const dense2D<double>& pos, const dense2D<unsigned int>& connect, dense2D<double>& G,
+int centroids(const dense2D<double>& pos_arg, const dense2D<unsigned int>& connect, dense2D<double>& G,
               element_type type) {
+  const dense2D<double> pos = pos_arg;  // as on entry: G may be pos_arg itself
   G = dense2D<double>();
   if (!detail::is_element_type(type)) return -4;
   const unsigned rows = pos.rows();
   if (rows < 1 || rows > 3 || rows < detail::dimension(type)) return -1;
   if (!check_IDs(connect, type, pos.cols())) return -2;
-  if (!G.resize(rows, connect.cols(), 0.0)) return -199;
+  if (!G.resize(rows, connect.cols(), 0.0)) return detail::OUT_OF_MEMORY;
 
   switch (detail::narrow_type(type, connect.rows())) {
     case ELT_EDGE2: centroids_by_rows(pos, connect, G, fixed_nodes<2>()); break;

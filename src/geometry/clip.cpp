@@ -5,8 +5,10 @@
 #include <zeb/plexa/geometry.hpp>
 #include <zeb/plexa/indices.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -62,21 +64,22 @@ int clip(const dense2D<double>& pos, const dense2D<unsigned int>& connect, const
   const unsigned rows = connect.rows();
   if (!kept.empty() && kept.rows() != rows) return -5;
 
+  // kept grows in place, over entries of connect when it shares their block.
+  dense2D<unsigned int> elements;
   dense1D<unsigned char, 8> memo;
-  if (!memo.resize(nodes, UNKNOWN)) return -199;
+  if (!detail::detach(connect, kept, elements) || !memo.resize(nodes, UNKNOWN)) return detail::OUT_OF_MEMORY;
   side_cache sides(pos, P, N, memo);
 
   // First pass: count; the second pass reads the remembered sides only.
   std::uint64_t selected = 0;
-  detail::for_each_column(connect, [&](const unsigned* col, unsigned) { selected += sides.column_kept(col, rows); });
+  detail::for_each_column(elements, [&](const unsigned* col, unsigned) { selected += sides.column_kept(col, rows); });
   if (selected == 0) return 0;
 
-  const unsigned n = connect.cols();  // before kept grows: it may be connect itself
+  const unsigned n = elements.cols();
   const unsigned old = kept.empty() ? 0 : kept.cols();
-  if (old + selected > UINT_MAX || !kept.resize(rows, old + unsigned(selected))) return -199;
-  // Read connect only now: kept may share its storage.
-  const unsigned* src = connect.data();
-  const std::size_t sld = connect.ld();
+  if (old + selected > UINT_MAX || !kept.resize(rows, old + unsigned(selected))) return detail::OUT_OF_MEMORY;
+  const unsigned* src = elements.data();
+  const std::size_t sld = elements.ld();
   unsigned* dst = kept.data() + std::size_t(old) * kept.ld();
   const std::size_t dld = kept.ld();
   for (unsigned j = 0; j < n; ++j) {

@@ -10,6 +10,7 @@
 
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 #include "geometry/transform_ops.hpp"
 
 namespace zeb {
@@ -27,20 +28,19 @@ struct base_part {
   dense2D<unsigned int> local;
 };
 
-constexpr int BAD_BASE = 1;
-
-// 0, BAD_BASE when connect0 names a node not below m, or -199.
-int prepare(const dense2D<unsigned int>& connect0, unsigned m, base_part& b) {
-  if (unique_indices(b.nodes, connect0, dense1D<unsigned int, 8>()) < 0) return -199;
+// 0, `bad_base` (the code of connect0's argument position) when connect0
+// names a node not below m, or -199.
+int prepare(const dense2D<unsigned int>& connect0, unsigned m, int bad_base, base_part& b) {
+  if (unique_indices(b.nodes, connect0, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   unsigned top = 0;
   for (unsigned v : b.nodes) {
-    if (v >= m) return BAD_BASE;
+    if (v >= m) return bad_base;
     if (v > top) top = v;
   }
-  if (!b.local.copy(connect0)) return -199;
+  if (!b.local.copy(connect0)) return detail::OUT_OF_MEMORY;
   if (b.nodes.empty()) return 0;
   dense1D<unsigned int, 8> map;
-  if (!map.resize(top + 1, NO_INDEX)) return -199;
+  if (!map.resize(top + 1, NO_INDEX)) return detail::OUT_OF_MEMORY;
   for (unsigned k = 0, n = b.nodes.size(); k < n; ++k) map[b.nodes[k]] = k;
   change_indices(b.local, map);
   return 0;
@@ -52,11 +52,11 @@ int prepare(const dense2D<unsigned int>& connect0, unsigned m, base_part& b) {
 int duplicate(dense2D<double>& pos, unsigned rows, const base_part& b, dense2D<unsigned int>& W) {
   const unsigned m = pos.cols();
   const unsigned nu = b.nodes.size();
-  if (std::uint64_t(m) + nu >= NO_INDEX) return -199;  // the copies must stay nameable
+  if (std::uint64_t(m) + nu >= NO_INDEX) return detail::OUT_OF_MEMORY;  // the copies must stay nameable
   dense2D<unsigned int> w;
-  if (!w.copy(b.local)) return -199;
+  if (!w.copy(b.local)) return detail::OUT_OF_MEMORY;
   const unsigned r = pos.rows() > rows ? pos.rows() : rows;
-  if (!pos.resize(r, m + nu, 0.0)) return -199;
+  if (!pos.resize(r, m + nu, 0.0)) return detail::OUT_OF_MEMORY;
   double* p = pos.data();
   const std::size_t ld = pos.ld();
   for (unsigned k = 0; k < nu; ++k) {
@@ -101,20 +101,19 @@ int repeated_copies(dense2D<double>& pos, dense2D<unsigned int>& connect, const 
   if (pos.empty() || n == 0) return 0;
   if (!connect.empty() && connect.rows() != connect0.rows()) return -2;
   base_part b;
-  const int r = prepare(connect0, pos.cols(), b);
-  if (r == BAD_BASE) return -7;
+  const int r = prepare(connect0, pos.cols(), detail::bad_argument(7), b);
   if (r < 0) return r;
   for (unsigned k = 1; k <= n; ++k) {
     const unsigned m = pos.cols();
     dense2D<unsigned int> W;
-    if (duplicate(pos, 0, b, W) < 0) return -199;
+    if (duplicate(pos, 0, b, W) < 0) return detail::OUT_OF_MEMORY;
     const unsigned last = pos.cols();
     // Rotation first, then translation.
     if (detail::transform_columns(pos, m, last, make_rotation(k)) < 0 ||
         detail::transform_columns(pos, m, last, detail::shift_op<D>(T, double(k))) < 0 ||
         !append_columns(connect, W)) {
       truncate(pos, m);
-      return -199;
+      return detail::OUT_OF_MEMORY;
     }
   }
   return 0;
@@ -145,12 +144,11 @@ int mirrored_copy(dense2D<double>& pos, dense2D<unsigned int>& connect, const ve
     }
   }
   base_part b;
-  const int r = prepare(connect0, pos.cols(), b);
-  if (r == BAD_BASE) return -5;
+  const int r = prepare(connect0, pos.cols(), detail::bad_argument(5), b);
   if (r < 0) return r;
   const unsigned m = pos.cols();
   dense2D<unsigned int> W;
-  if (duplicate(pos, D, b, W) < 0) return -199;
+  if (duplicate(pos, D, b, W) < 0) return detail::OUT_OF_MEMORY;
   double* p = pos.data();
   const std::size_t ld = pos.ld();
   for (std::size_t j = m, end = pos.cols(); j < end; ++j) {
@@ -168,11 +166,10 @@ int mirrored_copy(dense2D<double>& pos, dense2D<unsigned int>& connect, const ve
 
 int copy_mesh(dense2D<double>& pos, dense2D<unsigned int>& connect, const dense2D<unsigned int>& connect0) {
   base_part b;
-  const int r = prepare(connect0, pos.cols(), b);
-  if (r == BAD_BASE) return -3;
+  const int r = prepare(connect0, pos.cols(), detail::bad_argument(3), b);
   if (r < 0) return r;
   dense2D<unsigned int> W;
-  if (duplicate(pos, 0, b, W) < 0) return -199;
+  if (duplicate(pos, 0, b, W) < 0) return detail::OUT_OF_MEMORY;
   connect = W;
   return 0;
 }

@@ -11,6 +11,8 @@
 
 #include <zeb/plexa/core.hpp>
 
+#include "core/result_codes.hpp"
+
 namespace zeb {
 namespace plexa {
 namespace detail {
@@ -156,7 +158,7 @@ inline std::size_t apply_list(dense2D<double>& pos, const unsigned* ids, std::si
 template <class Op>
 inline int transform_columns(dense2D<double>& pos, unsigned first, unsigned last, const Op& op) noexcept {
   if (pos.empty() || op.identity()) return 0;
-  if (!widen(pos, Op::dim)) return -199;
+  if (!widen(pos, Op::dim)) return detail::OUT_OF_MEMORY;
   apply_columns(pos, first, last, op);
   return count_result(last - first);
 }

@@ -3,6 +3,7 @@
 #include <zeb/plexa/geometry.hpp>
 #include <zeb/plexa/indices.hpp>
 
+#include "core/result_codes.hpp"
 #include "geometry/transform_ops.hpp"
 
 namespace zeb {
@@ -26,7 +27,7 @@ template <class Op>
 int node_list(dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes, const Op& op, bool counted) {
   if (!counted && nodes.empty()) return 0;
   if (pos.empty() || op.identity()) return 0;
-  if (!detail::widen(pos, Op::dim)) return -199;
+  if (!detail::widen(pos, Op::dim)) return detail::OUT_OF_MEMORY;
   const std::size_t used = detail::apply_list(pos, nodes.data(), nodes.size(), op);
   return counted ? detail::count_result(used) : 0;
 }
@@ -37,7 +38,7 @@ template <class Op>
 int connect_nodes(dense2D<double>& pos, const dense2D<unsigned int>& connect, const Op& op, bool counted) {
   if (pos.empty() || op.identity()) return 0;
   dense1D<unsigned int, 8> nodes;
-  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(nodes, connect, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   return node_list(pos, nodes, op, counted);
 }
 

@@ -3,6 +3,7 @@
 #include <zeb/plexa/search.hpp>
 
 #include "core/element_model.hpp"
+#include "core/result_codes.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -30,7 +31,7 @@ int remove_degenerated(dense2D<unsigned int>& connect, dense1D<unsigned int, 8>&
   new_IDs.clear_hard();
   const unsigned rows = connect.rows(), cols = connect.cols();
   dense1D<unsigned int, 8> map, work;
-  if (!map.resize(cols, NO_INDEX) || !work.resize(rows)) return -199;
+  if (!map.resize(cols, NO_INDEX) || !work.resize(rows)) return detail::OUT_OF_MEMORY;
 
   // First the map, without touching connect.
   const unsigned* src = connect.data();
@@ -52,7 +53,7 @@ int remove_degenerated(dense2D<unsigned int>& connect, dense1D<unsigned int, 8>&
     } else {
       // A strided view gets a block of its own, made before anything changes.
       dense2D<unsigned int> fresh;
-      if (!fresh.resize(rows, kept)) return -199;
+      if (!fresh.resize(rows, kept)) return detail::OUT_OF_MEMORY;
       unsigned* q = fresh.data();
       for (unsigned j = 0; j < cols; ++j)
         if (map[j] != NO_INDEX)

@@ -1,7 +1,7 @@
 // The k-d tree shared by node_detector and merge: a table of slots
 // (node, left child, right child) over the nodes of a caller's coordinate
-// matrix, built balanced by median selection, extended by insertion, and
-// walked by the closest-node and box queries.
+// matrix, built balanced by median selection, extended by insertion
+// (insertion_path.hpp), and walked by the closest-node and box queries.
 //
 // The splitting axis depends on depth only: x at the root, then y[, z] in
 // turn.  Slots are stored in pre-order (a parent precedes its subtrees), so
@@ -131,7 +131,8 @@ void select_median(build_item<D>* a, unsigned lo, unsigned hi, unsigned m, unsig
 }
 
 // Builds the balanced subtree of a[lo, hi) into the slots from `slot` on
-// (hi - lo of them, pre-order).
+// (hi - lo of them, pre-order).  Only the left half is built by a nested
+// call, the right half by the loop: the call depth is log2(hi - lo) at most.
 template <unsigned D>
 void build_range(build_item<D>* a, unsigned lo, unsigned hi, unsigned axis, unsigned slot, unsigned* table) noexcept {
   for (;;) {
@@ -170,7 +171,8 @@ bool build_tree(const dense2D<double>& pos, const unsigned* nodes, unsigned n, d
 // every range [lo, hi) sits at lo + (hi - lo) / 2, with the left subtree in
 // [lo, m) and the right one in [m + 1, hi).  The items keep their
 // coordinates, so a walk never reads the caller's matrix; the merging core
-// uses this form.
+// uses this form.  As in build_range, only the left half is a nested call:
+// the call depth is log2(hi - lo) at most.
 template <unsigned D>
 void order_implicit(build_item<D>* a, unsigned lo, unsigned hi, unsigned axis) noexcept {
   while (hi - lo > 1) {
@@ -179,31 +181,6 @@ void order_implicit(build_item<D>* a, unsigned lo, unsigned hi, unsigned axis) n
     axis = next_axis(axis, D);
     order_implicit(a, lo, m, axis);
     lo = m + 1;
-  }
-}
-
-// Links slot `slot` (already holding `node`, no children) under the tree of
-// slots [0, slot).  Walks from the root going left when the node's
-// (coordinate, index) is below the slot's, as the balanced build orders
-// them, so an indexed node is always met again.  Returns false, leaving the
-// slot unlinked, when the walk meets the same node.
-template <unsigned D>
-bool link_slot(const double* x, std::size_t ld, unsigned* table, unsigned slot, unsigned node) noexcept {
-  if (slot == 0) return true;
-  const double* p = x + node * ld;
-  unsigned s = 0, axis = 0;
-  for (;;) {
-    unsigned* t = table + 3 * std::size_t(s);
-    if (t[0] == node) return false;
-    const std::uint64_t a = order_key((x + t[0] * ld)[axis]);
-    const std::uint64_t b = order_key(p[axis]);
-    unsigned* child = (b < a || (b == a && node < t[0])) ? t + 1 : t + 2;
-    if (*child == NO_INDEX) {
-      *child = slot;
-      return true;
-    }
-    s = *child;
-    axis = next_axis(axis, D);
   }
 }
 
@@ -217,16 +194,82 @@ inline double squared_distance(const double* a, const double* b) noexcept {
   return d;
 }
 
-template <unsigned D>
-struct closest_search {
-  const kd_view<D>& tree;
-  const double* q;
-  unsigned excluded;
-  double best;
-  unsigned candidate;
+// A subtree left for later by the closest-node search: the far side `far`
+// (splitting on `axis`) of slot `anchor`, worth entering while the squared
+// distance to the anchor's splitting plane, diff2, can still beat the best.
+struct closest_step {
+  double diff2;
+  unsigned far;
+  unsigned anchor;
+  unsigned axis;
+};
 
-  void visit(unsigned s, unsigned axis) noexcept {
-    do {
+// The stack of pending far sides: entries[0, size) in a room of `capacity`.
+struct closest_stack {
+  closest_step* entries;
+  unsigned size;
+  unsigned capacity;
+};
+
+// Where the closest-node search puts its pending far sides once the 64 kept
+// in its own frame are not enough: a block that doubles as needed.  When no
+// block can be had the older half of the entries is forgotten instead
+// (dropped() tells), and the search finds those again by climbing the tree.
+class closest_overflow {
+ public:
+  bool dropped() const noexcept { return dropped_; }
+
+  // Room for one more entry on the full stack `at`.
+  closest_stack make_room(const closest_stack& at) noexcept {
+    if (!dropped_ && at.capacity <= (1u << 30)) {
+      dense1D<closest_step, 8> bigger;
+      if (bigger.resize(2 * at.capacity)) {
+        std::memcpy(static_cast<void*>(bigger.data()), at.entries, at.size * sizeof(closest_step));
+        block_ = static_cast<dense1D<closest_step, 8>&&>(bigger);
+        return closest_stack{block_.data(), at.size, 2 * at.capacity};
+      }
+    }
+    dropped_ = true;
+    const unsigned kept = at.size / 2;
+    std::memmove(static_cast<void*>(at.entries), at.entries + (at.size - kept), kept * sizeof(closest_step));
+    return closest_stack{at.entries, kept, at.capacity};
+  }
+
+ private:
+  dense1D<closest_step, 8> block_;
+  bool dropped_ = false;
+};
+
+// The slot whose child is slot x (UINT_MAX for the root).  A slot is always
+// linked under an earlier one, so the scan goes down from x - 1.
+template <unsigned D>
+unsigned parent_slot(const kd_view<D>& tree, unsigned x) noexcept {
+  for (unsigned s = x; s-- > 0;)
+    if (tree.left(s) == x || tree.right(s) == x) return s;
+  return NO_INDEX;
+}
+
+constexpr unsigned previous_axis(unsigned axis, unsigned dim) noexcept { return axis == 0 ? dim - 1 : axis - 1; }
+
+// The pruned search: depth first from the root, the query's side of every
+// splitting plane before the other side, which is entered only while it can
+// hold a point strictly closer than the best so far.  A NaN difference on
+// the axis keeps both sides open (a node with a NaN coordinate may sit above
+// finite ones).  Only a strictly closer node replaces the candidate, which
+// is returned.
+//
+// The walk keeps its pending far sides on a stack of its own, not on the
+// call stack: a tree grown one node per insertion may be as deep as it is
+// large.
+template <unsigned D>
+unsigned closest_walk(const kd_view<D> tree, const double* q, unsigned excluded, double best,
+                      unsigned candidate) noexcept {
+  closest_step local[64];
+  closest_stack pending{local, 0, 64};
+  closest_overflow overflow;
+  unsigned s = 0, axis = 0;
+  for (;;) {
+    while (s != NO_INDEX) {
       const unsigned v = tree.node(s);
       const double* p = tree.at(v);
       const double diff = q[axis] - p[axis];
@@ -240,37 +283,75 @@ struct closest_search {
       const unsigned next = next_axis(axis, D);
       const unsigned near_side = diff < 0 ? tree.left(s) : tree.right(s);
       const unsigned far_side = diff < 0 ? tree.right(s) : tree.left(s);
-      if (far_side != NO_INDEX && diff * diff < best) {
-        if (near_side != NO_INDEX) visit(near_side, next);
-        // The near side may have shrunk the radius.
-        if (!(diff * diff < best)) return;
-        s = far_side;
-      } else {
-        s = near_side;
+      if (far_side != NO_INDEX && !(diff * diff >= best)) {
+        if (near_side == NO_INDEX) {
+          s = far_side;
+          axis = next;
+          continue;
+        }
+        if (pending.size == pending.capacity) pending = overflow.make_room(pending);
+        pending.entries[pending.size++] = closest_step{diff * diff, far_side, s, next};
       }
+      s = near_side;
       axis = next;
-    } while (s != NO_INDEX);
+    }
+    // The next pending far side that the radius has not ruled out since.
+    while (s == NO_INDEX && pending.size > 0) {
+      const closest_step& e = pending.entries[--pending.size];
+      if (!(e.diff2 >= best)) {
+        s = e.far;
+        axis = e.axis;
+      }
+    }
+    if (s != NO_INDEX) continue;
+    if (!overflow.dropped()) return candidate;
+    // Entries were forgotten: they are far sides of ancestors of the anchor
+    // of the last entry taken (entries[0], the stack being empty), whose
+    // subtree is done.  Climb to the first ancestor reached from its near
+    // side whose far side is still open, and go on from there through the
+    // stack.  Every slot climbed through has its subtree done, so a query
+    // climbs through each slot once at most.
+    unsigned x = pending.entries[0].anchor, x_axis = previous_axis(pending.entries[0].axis, D);
+    for (;;) {
+      const unsigned a = parent_slot(tree, x);
+      if (a == NO_INDEX) return candidate;
+      const unsigned a_axis = previous_axis(x_axis, D);
+      const double diff = q[a_axis] - tree.at(tree.node(a))[a_axis];
+      const unsigned near_side = diff < 0 ? tree.left(a) : tree.right(a);
+      const unsigned far_side = diff < 0 ? tree.right(a) : tree.left(a);
+      if (x == near_side && far_side != NO_INDEX && !(diff * diff >= best)) {
+        pending.entries[pending.size++] = closest_step{diff * diff, far_side, a, next_axis(a_axis, D)};
+        break;
+      }
+      x = a;
+      x_axis = a_axis;
+    }
   }
-};
+}
 
 // The indexed node closest to q other than `excluded` (UINT_MAX for none):
 // first the descent along the query's own path, which ends the search on an
 // exact hit and otherwise gives the starting radius, then the pruned search
-// from the root, in which only a strictly closer node replaces the candidate.
+// from the root.
 template <unsigned D>
 unsigned find_closest_node(const kd_view<D>& tree, const double* q, unsigned excluded) noexcept {
   if (tree.count == 0) return NO_INDEX;
-  closest_search<D> c{tree, q, excluded, DBL_MAX, NO_INDEX};
+  // A query with an infinite or NaN component has no finite squared
+  // distance to any node: nothing can be the closest.
+  for (unsigned k = 0; k < D; ++k)
+    if (!(q[k] - q[k] == 0.0)) return NO_INDEX;
+  double best = DBL_MAX;
+  unsigned candidate = NO_INDEX;
   unsigned axis = 0;
   for (unsigned s = 0; s != NO_INDEX; axis = next_axis(axis, D)) {
     const unsigned v = tree.node(s);
     const double* p = tree.at(v);
     const double diff = q[axis] - p[axis];
-    if (v != excluded && diff * diff < c.best) {
+    if (v != excluded && diff * diff < best) {
       const double d = squared_distance<D>(q, p);
-      if (d < c.best) {
-        c.best = d;
-        c.candidate = v;
+      if (d < best) {
+        best = d;
+        candidate = v;
         if (d == 0.0) return v;
       }
     }
@@ -278,8 +359,7 @@ unsigned find_closest_node(const kd_view<D>& tree, const double* q, unsigned exc
   }
   // Also when the descent found nothing (it may have passed only through the
   // excluded node): the full search then starts without a bound.
-  c.visit(0, 0);
-  return c.candidate;
+  return closest_walk<D>(tree, q, excluded, best, candidate);
 }
 
 // Walk stack entry of the box query.

@@ -4,7 +4,10 @@
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/search.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
+#include "search/coincident_sources.hpp"
 #include "search/kd_tree.hpp"
 
 namespace zeb {
@@ -72,7 +75,7 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
                dense1D<unsigned, 8>& map) {
   const unsigned n = pos.cols();
   dense1D<detail::build_item<D>, 8> tree;
-  if (!detail::gather_items<D>(pos, T.data(), T.size(), tree)) return -199;
+  if (!detail::gather_items<D>(pos, T.data(), T.size(), tree)) return detail::OUT_OF_MEMORY;
   detail::order_implicit<D>(tree.data(), 0, tree.size(), 0);
 
   dense1D<unsigned, 8> rank;
@@ -80,9 +83,9 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   dense1D<detail::range_step, 8> stack;
   eligibility rule;
   rule.mode = mode;
-  if (!rank.resize(n, NO_INDEX) || !map.resize(n) || !stack.reserve(64) || !records.reserve(64)) return -199;
+  if (!rank.resize(n, NO_INDEX) || !map.resize(n) || !stack.reserve(64) || !records.reserve(64)) return detail::OUT_OF_MEMORY;
   for (unsigned k = 0, m = T.size(); k < m; ++k) rank[T[k]] = k;
-  if (mode != 0 && !rule.init(first, last, rank.data())) return -199;
+  if (mode != 0 && !rule.init(first, last, rank.data())) return detail::OUT_OF_MEMORY;
   unsigned* out = map.data();
   for (unsigned i = 0; i < n; ++i) out[i] = i;
 
@@ -96,28 +99,50 @@ int merge_core(const dense2D<double>& pos, const dense1D<unsigned, 8>& S, const 
   const double d = tolerance, bound0 = tolerance * tolerance;
   const unsigned* rk = rank.data();
   const detail::build_item<D>* items = tree.data();
+  // Places where many targets coincide: their later sources are answered
+  // without a query (coincident_sources.hpp).
+  detail::coincident_sources<D> places;
+  dense1D<detail::place_candidate, 8> found;
   for (unsigned i = 0, m = S.size(); i < m; ++i) {
     const unsigned s = same ? items[i].node : S[i];
     const unsigned limit = rule.limit(rk[s]);
     if (limit == 0) continue;
     const double* p = same ? items[i].x : x + s * ld;
+    const unsigned place = places.find(p);
+    if (place != NO_INDEX && places.answered(place)) {
+      double q;
+      const unsigned t = places.answer(place, limit, q);
+      if (t != NO_INDEX && !records.push_back(merge_record{q, s, t})) return detail::OUT_OF_MEMORY;
+      continue;
+    }
     double lo[D], hi[D];
     for (unsigned k = 0; k < D; ++k) {
       lo[k] = p[k] - d;
       hi[k] = p[k] + d;
     }
-    unsigned best = s;
+    unsigned best = s, copies = 0, within = 0;
     double bound = bound0;
-    const bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack,
-                                                    [&](const detail::build_item<D>& c) {
-                                                      const double q = detail::squared_distance<D>(c.x, p);
-                                                      if (q <= bound && rk[c.node] < limit) {
-                                                        best = c.node;
-                                                        bound = q;
-                                                      }
-                                                    });
-    if (!walked) return -199;
-    if (best != s && !records.push_back(merge_record{bound, s, best})) return -199;
+    bool walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
+      const double q = detail::squared_distance<D>(c.x, p);
+      if (q <= bound && rk[c.node] < limit) {
+        best = c.node;
+        bound = q;
+      }
+      within += q <= bound0;
+      if (q == 0.0) copies += detail::same_place<D>(c.x, p);
+    });
+    if (!walked) return detail::OUT_OF_MEMORY;
+    if (best != s && !records.push_back(merge_record{bound, s, best})) return detail::OUT_OF_MEMORY;
+    if (copies >= detail::PLACE_COPIES && place == NO_INDEX) {
+      // The same query again, keeping the candidates for the later sources.
+      found.clear();
+      if (!found.reserve(within)) return detail::OUT_OF_MEMORY;
+      walked = detail::for_each_in_box<D>(items, tree.size(), lo, hi, stack, [&](const detail::build_item<D>& c) {
+        const double q = detail::squared_distance<D>(c.x, p);
+        if (q <= bound0) found.push_back(detail::place_candidate{q, rk[c.node], found.size()});  // reserved
+      });
+      if (!walked || !places.add(p, found.data(), found.size(), T.data(), T.size())) return detail::OUT_OF_MEMORY;
+    }
   }
 
   for (const merge_record& r : records) out[r.source] = r.target;
@@ -158,9 +183,9 @@ bool identity(unsigned n, dense1D<unsigned, 8>& list) {
 
 int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes1, const dense1D<unsigned int, 8>& nodes2,
           dense1D<unsigned int, 8>& new_IDs, double tolerance) {
-  // Views taken before new_IDs is emptied: it may be one of the lists.
+  // The lists as on entry: new_IDs may be one of them.
   const dense1D<unsigned int, 8> list1 = nodes1, list2 = nodes2;
-  new_IDs.clear_hard();
+  detail::empty_output(new_IDs, list1, list2);
   const unsigned n = pos.cols();
   if (n == 0) return 0;
   if (pos.rows() != 2 && pos.rows() != 3) return -1;
@@ -169,11 +194,11 @@ int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes1, co
   if (bad_tolerance(tolerance)) return -4;
 
   dense1D<unsigned int, 8> S, T;
-  if (unique_indices(S, list1, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(S, list1, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   if (list1 == list2)
     T = S;
   else if (unique_indices(T, list2, dense1D<unsigned int, 8>()) < 0)
-    return -199;
+    return detail::OUT_OF_MEMORY;
   if (S.empty() || T.empty()) return 0;
   return run_core(pos, S, T, nullptr, nullptr, 0, tolerance, new_IDs);
 }
@@ -192,16 +217,16 @@ int merge(dense2D<double>& pos, dense1D<unsigned int, 8>& new_IDs, double tolera
 
   // The node-list form on 0 ... n - 1, already distinct.
   dense1D<unsigned int, 8> all, map;
-  if (!identity(n, all)) return -199;
+  if (!identity(n, all)) return detail::OUT_OF_MEMORY;
   const int r = run_core(pos, all, all, nullptr, nullptr, 0, tolerance, map);
   // Argument codes of the inner form read one higher here (its tolerance is
   // this form's third argument); memory stays -199.
-  if (r < 0) return (r < -2 && r != -199) ? r + 1 : r;
+  if (r < 0) return (r < -2 && r != detail::OUT_OF_MEMORY) ? r + 1 : r;
   all.clear_hard();
 
   if (r > 0) {
     dense2D<double> moved;
-    if (!moved.copy(pos)) return -199;
+    if (!moved.copy(pos)) return detail::OUT_OF_MEMORY;
     const unsigned rows = moved.rows();
     double* x = moved.data();
     for (unsigned i = 0; i < n; ++i) {
@@ -233,7 +258,7 @@ int merge(const dense2D<double>& pos, dense2D<unsigned int>* first, dense2D<unsi
     if (!check_IDs(*m, n)) return -2;
 
   dense1D<unsigned int, 8> nodes, map;
-  if (unique_indices(nodes, first, last, dense1D<unsigned int, 8>()) < 0) return -199;
+  if (unique_indices(nodes, first, last, dense1D<unsigned int, 8>()) < 0) return detail::OUT_OF_MEMORY;
   if (nodes.empty()) return 0;
   const int r = run_core(pos, nodes, nodes, first, last, mode, tolerance, map);
   if (r < 0) return r;

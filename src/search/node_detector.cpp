@@ -1,9 +1,12 @@
 // node_detector: the exported k-d tree over a caller's nodes.
+#include <random>
+
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/search.hpp>
 
+#include "core/result_codes.hpp"
+#include "search/insertion_path.hpp"
 #include "search/kd_tree.hpp"
-#include "search/mt19937.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -17,7 +20,7 @@ unsigned words_for(unsigned bits) noexcept { return unsigned((std::uint64_t(bits
 // The working node list of a list-form reinit: a copy without the markers;
 // -2 when an entry is not a column of pos.
 int list_nodes(const dense1D<unsigned int, 8>& nodes, unsigned n, dense1D<unsigned int, 8>& out) {
-  if (!out.reserve(nodes.size())) return -199;
+  if (!out.reserve(nodes.size())) return detail::OUT_OF_MEMORY;
   for (unsigned v : nodes) {
     if (v == NO_INDEX) continue;
     if (v >= n) return -2;
@@ -68,6 +71,7 @@ node_detector& node_detector::operator=(const node_detector& other) {
   table_ = static_cast<dense2D<unsigned int>&&>(table);
   flag_bits_ = static_cast<dense1D<unsigned int, 8>&&>(bits);
   flagged_ = static_cast<dense1D<unsigned int, 8>&&>(flagged);
+  path_.clear_hard();  // the cache is this detector's own
   return *this;
 }
 
@@ -78,6 +82,7 @@ void node_detector::clear() noexcept {
   table_ = dense2D<unsigned int>();
   flag_bits_.clear_hard();
   flagged_.clear_hard();
+  path_.clear_hard();
 }
 
 unsigned int node_detector::size() const noexcept { return table_.cols(); }
@@ -89,19 +94,20 @@ int node_detector::adopt(const dense2D<double>& pos, const dense1D<unsigned int,
   dense1D<unsigned int, 8> bits;
   const bool built = pos.rows() == 2 ? detail::build_tree<2>(pos, nodes.data(), nodes.size(), table)
                                      : detail::build_tree<3>(pos, nodes.data(), nodes.size(), table);
-  if (!built || !bits.resize(words_for(nodes.size()), 0u)) return -199;
+  if (!built || !bits.resize(words_for(nodes.size()), 0u)) return detail::OUT_OF_MEMORY;
   pos2_ = pos.rows() == 2 ? &pos : nullptr;
   pos3_ = pos.rows() == 3 ? &pos : nullptr;
   table_ = static_cast<dense2D<unsigned int>&&>(table);
   flag_bits_ = static_cast<dense1D<unsigned int, 8>&&>(bits);
   flagged_.clear_hard();
+  path_.clear_hard();
   return int(table_.cols());
 }
 
 int node_detector::reinit(const dense2D<double>& pos) {
   if (pos.rows() != 2 && pos.rows() != 3) return -1;
   dense1D<unsigned int, 8> nodes;
-  if (!nodes.resize(pos.cols())) return -199;
+  if (!nodes.resize(pos.cols())) return detail::OUT_OF_MEMORY;
   for (unsigned i = 0; i < nodes.size(); ++i) nodes[i] = i;
   return adopt(pos, nodes);
 }
@@ -125,58 +131,108 @@ int node_detector::reinit(const dense2D<double>& pos, const dense2D<unsigned int
   return r < 0 ? r : adopt(pos, nodes);
 }
 
+namespace {
+
+// Capacity for `needed` entries, growing by half again at least so that a
+// detector fed one node per call copies its tables O(log n) times only.
+bool reserve_growing(dense1D<unsigned int, 8>& v, unsigned needed) {
+  if (needed <= v.capacity()) return true;
+  const std::uint64_t grown = v.capacity() + std::uint64_t(v.capacity()) / 2;
+  return v.reserve(unsigned(grown > needed && grown <= UINT32_MAX ? grown : needed));
+}
+
+bool reserve_growing(dense2D<unsigned int>& table, unsigned cols) {
+  if (std::uint64_t(3) * cols <= table.capacity()) return true;
+  const std::uint64_t grown = table.cols() + std::uint64_t(table.cols()) / 2;
+  return table.reserve(3, unsigned(grown > cols && 3 * grown <= UINT32_MAX ? grown : cols));
+}
+
+// Links the slots [first, first + n) of table, holding the nodes of o (valid
+// indices), one by one; the unlinked ones go to flagged and their bits are
+// set.  Returns the number linked.
+template <unsigned D>
+unsigned link_slots(const dense2D<double>& pos, const unsigned* o, unsigned n, unsigned first,
+                    dense2D<unsigned int>& table, unsigned* path, dense1D<unsigned int, 8>& flagged,
+                    dense1D<unsigned int, 8>& bits) {
+  detail::insertion_walk<D> walk(pos.data(), pos.ld(), table.data(), path);
+  unsigned added = 0;
+  for (unsigned i = 0; i < n; ++i) {
+    const unsigned slot = first + i;
+    if (walk.link(slot, o[i])) {
+      ++added;
+    } else {
+      // Cannot fail: both were reserved for every slot of the call.
+      flagged.push_back(slot);
+      if (bits.size() <= slot / 32) bits.resize(slot / 32 + 1, 0u);
+      bits[slot / 32] |= 1u << (slot % 32);
+    }
+  }
+  return added;
+}
+
+}  // namespace
+
+unsigned int* node_detector::insertion_path() {
+  if (path_.size() != detail::PATH_WORDS) {
+    if (!path_.resize(detail::PATH_WORDS)) return nullptr;
+    detail::reset_path(path_.data());
+  }
+  return path_.data();
+}
+
 unsigned int node_detector::insert(const dense1D<unsigned int, 8>& nodes) {
   const dense2D<double>* pos = pos2_ ? pos2_ : pos3_;
   if (!pos || nodes.empty()) return 0;
   const unsigned dim = pos2_ ? 2 : 3;
   if (pos->rows() != dim) return 0;
 
-  // Shuffled copy of the list: a fresh generator per call, so the same list
-  // always gives the same tree and sorted input does not make a linear one.
+  // The nodes to insert, valid ones only, in shuffled order: a fresh
+  // generator per call, so the same list always gives the same tree and
+  // sorted input does not make a linear one.  A single node needs neither
+  // the copy nor the generator.
+  const unsigned cols = pos->cols();
   dense1D<unsigned int, 8> order;
-  if (!order.copy(nodes)) return 0;
-  unsigned* o = order.data();
-  const unsigned n = order.size();
-  detail::mt19937 gen(1);
-  for (unsigned i = 1; i < n; ++i) {
-    const unsigned j = unsigned(gen() % (std::uint64_t(i) + 1));
-    const unsigned t = o[i];
-    o[i] = o[j];
-    o[j] = t;
+  const unsigned* o = nodes.data();
+  unsigned n = nodes.size();
+  if (n > 1) {
+    if (!order.copy(nodes)) return 0;
+    unsigned* w = order.data();
+    std::mt19937 gen(1);
+    for (unsigned i = 1; i < n; ++i) {
+      const unsigned j = unsigned(gen() % (std::uint64_t(i) + 1));
+      const unsigned t = w[i];
+      w[i] = w[j];
+      w[j] = t;
+    }
+    // Entries that are not columns of pos are skipped.
+    unsigned kept = 0;
+    for (unsigned i = 0; i < n; ++i)
+      if (w[i] < cols) w[kept++] = w[i];
+    o = w;
+    n = kept;
+  } else if (o[0] >= cols) {
+    return 0;
   }
+  if (n == 0) return 0;
 
   // Reserve everything first so that the insertion cannot fail half way.
   const unsigned old_slots = table_.cols();
   if (std::uint64_t(old_slots) + n > UINT32_MAX - 1) return 0;
-  if (!table_.reserve(3, old_slots + n) || !flagged_.reserve(flagged_.size() + n) ||
-      !flag_bits_.reserve(words_for(old_slots + n)))
+  const unsigned slots = old_slots + n;
+  if (!reserve_growing(table_, slots) || !reserve_growing(flagged_, flagged_.size() + n) ||
+      !reserve_growing(flag_bits_, words_for(slots)))
     return 0;
-  table_.resize(3, old_slots + n);
-
-  const unsigned cols = pos->cols();
-  const double* x = pos->data();
-  const std::size_t ld = pos->ld();
+  table_.resize(3, slots);  // within the capacity: cannot fail
   unsigned* table = table_.data();
-  unsigned slot = old_slots, added = 0;
   for (unsigned i = 0; i < n; ++i) {
-    const unsigned v = o[i];
-    if (v >= cols) continue;
-    unsigned* s = table + 3 * std::size_t(slot);
-    s[0] = v;
+    unsigned* s = table + 3 * std::size_t(old_slots + i);
+    s[0] = o[i];
     s[1] = s[2] = NO_INDEX;
-    const bool linked = dim == 2 ? detail::link_slot<2>(x, ld, table, slot, v)
-                                 : detail::link_slot<3>(x, ld, table, slot, v);
-    if (linked) {
-      ++added;
-    } else {
-      flagged_.push_back(slot);
-      if (flag_bits_.size() <= slot / 32) flag_bits_.resize(slot / 32 + 1, 0u);
-      flag_bits_[slot / 32] |= 1u << (slot % 32);
-    }
-    ++slot;
   }
-  table_.resize(3, slot);
-  return added;
+  // Without memory for the cache every walk starts at the root.
+  unsigned* path = insertion_path();
+  return dim == 2 ? link_slots<2>(*pos, o, n, old_slots, table_, path, flagged_, flag_bits_)
+                  : link_slots<3>(*pos, o, n, old_slots, table_, path, flagged_, flag_bits_);
 }
 
 unsigned int node_detector::insert(const dense2D<unsigned int>& connect) {
@@ -223,7 +279,7 @@ int box_query(const dense2D<double>& pos, const dense2D<unsigned int>& table, co
          ok;
   if (!ok) {
     IDs.resize(old_size);
-    return -199;
+    return detail::OUT_OF_MEMORY;
   }
   return int(IDs.size() - old_size);
 }

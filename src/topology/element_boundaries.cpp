@@ -3,9 +3,11 @@
 
 #include <zeb/plexa/topology.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/column_append.hpp"
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 #include "topology/boundary_match.hpp"
 
 namespace zeb {
@@ -19,14 +21,18 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
   const unsigned rows = detail::boundary_rows(t);
   if (!boundaries.empty() && boundaries.rows() != rows) return -2;
 
+  // boundaries grows in place, over the connectivity's entries when it
+  // shares their block.
+  dense2D<unsigned int> elements;
+  if (!detail::detach(connectivity, boundaries, elements)) return detail::OUT_OF_MEMORY;
   std::uint64_t count = 0;
-  detail::for_each_column(connectivity, [&](const unsigned* col, unsigned) {
+  detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     count += detail::boundaries_of(detail::column_kind(t, col))->count;
   });
   unsigned* out;
-  if (!detail::append_columns(boundaries, rows, count, out)) return -199;
+  if (!detail::append_columns(boundaries, rows, count, out)) return detail::OUT_OF_MEMORY;
 
-  detail::for_each_column(connectivity, [&](const unsigned* col, unsigned) {
+  detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     const detail::boundary_list& bl = *detail::boundaries_of(detail::column_kind(t, col));
     for (unsigned j = 0; j < bl.count; ++j, out += rows) detail::boundary_column(bl, col, j, rows, out);
   });

@@ -11,6 +11,7 @@
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/topology.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
 #include "core/index_bitmap.hpp"
 #include "core/matrix_walk.hpp"
@@ -156,11 +157,7 @@ int get_elements_on_boundaries(const dense2D<unsigned int>& boundaries, const de
   // its block; it is then given a block of its own before it is written.
   const dense2D<unsigned> faces = boundaries, connect = connectivity, links = neighbors;
   const dense1D<unsigned, 8> ancestor = ancestors;
-  if (keys.storage() != nullptr && (keys.storage() == faces.storage() || keys.storage() == connect.storage() ||
-                                    keys.storage() == links.storage() || keys.storage() == ancestor.storage()))
-    keys.clear_hard();
-  else
-    keys.clear();
+  detail::empty_output(keys, faces, connect, links, ancestor);
   if (faces.empty()) return 0;
   const unsigned columns = faces.cols();
   if (!keys.resize(columns, NO_INDEX)) return detail::fail(detail::OUT_OF_MEMORY, keys);

@@ -15,6 +15,7 @@
 
 #include "core/element_model.hpp"
 #include "core/hashing.hpp"
+#include "core/result_codes.hpp"
 #include "topology/boundary_match.hpp"
 
 namespace zeb {
@@ -52,8 +53,8 @@ class boundary_linker {
     const std::uint64_t keys = std::uint64_t(n_) * nb;
     const std::uint64_t request = keys / 2 > 23 ? keys / 2 : 23;
     const unsigned buckets = detail::bucket_prime(request);
-    if (!head_.resize(buckets, NO_INDEX) || !next_.resize(static_cast<unsigned>(keys))) return -199;
-    if (!links && !crowded_.resize(static_cast<unsigned>((keys + 31) / 32), 0u)) return -199;
+    if (!head_.resize(buckets, NO_INDEX) || !next_.resize(static_cast<unsigned>(keys))) return detail::OUT_OF_MEMORY;
+    if (!links && !crowded_.resize(static_cast<unsigned>((keys + 31) / 32), 0u)) return detail::OUT_OF_MEMORY;
     const detail::fast_modulo bucket_of(buckets);
     unsigned* head = head_.data();
     unsigned* next = next_.data();
@@ -132,8 +133,9 @@ int link_boundaries(const dense2D<unsigned>& connect, bool links, unsigned* out)
 
 }  // namespace
 
-int get_neighbors(const dense2D<unsigned int>& connectivity, element_type type, bool non_manifold_links,
+int get_neighbors(const dense2D<unsigned int>& connectivity_arg, element_type type, bool non_manifold_links,
                   dense2D<unsigned int>& neighbors) {
+  const dense2D<unsigned int> connectivity = connectivity_arg;  // as on entry: neighbors may be connectivity_arg
   neighbors = dense2D<unsigned>();
   if (connectivity.empty()) return 0;
   element_type t;
@@ -141,7 +143,7 @@ int get_neighbors(const dense2D<unsigned int>& connectivity, element_type type, 
   const unsigned n = connectivity.cols(), nb = detail::boundary_count(t);
   if (std::uint64_t(n) * nb >= NO_INDEX || !neighbors.resize(nb, n, NO_INDEX)) {
     neighbors = dense2D<unsigned>();
-    return -199;
+    return detail::OUT_OF_MEMORY;
   }
   unsigned* out = neighbors.data();
   int r = 0;

@@ -1,8 +1,10 @@
 // Node graph, node-to-element lists and ancestors of a connectivity.
 #include <zeb/plexa/topology.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 #include "topology/incidence.hpp"
 
 namespace zeb {
@@ -10,10 +12,16 @@ namespace plexa {
 
 using detail::NO_INDEX;
 
-int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
+// The connectivity is read through a copy of its view taken on entry: an
+// output may be the connectivity's storage (as_vector), and emptying it must
+// not take the entries away.
+
+int get_node_graph(const dense2D<unsigned int>& connectivity_arg, dense1D<unsigned int, 8>& offsets,
                    dense1D<unsigned int, 8>& nodes, element_type type) {
-  offsets.clear();
-  nodes.clear();
+  const dense2D<unsigned int> connectivity = connectivity_arg;
+  detail::empty_output(offsets, connectivity, nodes);
+  detail::empty_output(nodes, connectivity, offsets);
+  if (&offsets == &nodes) return detail::bad_argument(3);
   if (connectivity.empty()) return 0;
   if (!detail::is_element_type(type)) return -5;
   const element_type t = detail::narrow_type(type, connectivity.rows());
@@ -21,26 +29,30 @@ int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<unsigned i
   return detail::build_node_graph(connectivity, t, offsets, nodes);
 }
 
-int get_connected_elements(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
+int get_connected_elements(const dense2D<unsigned int>& connectivity_arg, dense1D<unsigned int, 8>& offsets,
                            dense1D<unsigned int, 8>& elements) {
-  offsets.clear();
-  elements.clear();
+  const dense2D<unsigned int> connectivity = connectivity_arg;
+  detail::empty_output(offsets, connectivity, elements);
+  detail::empty_output(elements, connectivity, offsets);
+  if (&offsets == &elements) return detail::bad_argument(3);
   if (connectivity.empty()) return 0;
   dense1D<unsigned, 8> element_offsets, items;
-  if (detail::build_element_lists(connectivity, element_offsets, items) != 0) return -199;
+  if (detail::build_element_lists(connectivity, element_offsets, items) != 0) return detail::OUT_OF_MEMORY;
   return detail::transpose_lists(element_offsets, items, offsets, elements);
 }
 
-int get_ancestors(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& ancestors) {
+int get_ancestors(const dense2D<unsigned int>& connectivity_arg, dense1D<unsigned int, 8>& ancestors) {
+  // ancestors is sized and written in place, over the connectivity's entries
+  // when it shares their block.
+  dense2D<unsigned int> connectivity;
+  if (!detail::detach(connectivity_arg, ancestors, connectivity)) return detail::OUT_OF_MEMORY;
   if (ancestors.empty()) {
     unsigned size = 0;
     detail::for_each_entry(connectivity, [&size](unsigned v) {
       if (v != NO_INDEX && v >= size) size = v + 1;
     });
-    if (!ancestors.resize(size, NO_INDEX)) {
-      ancestors.clear_hard();
-      return -199;
-    }
+    if (!ancestors.resize(size, NO_INDEX))
+      return detail::fail(detail::OUT_OF_MEMORY, ancestors);
   }
   unsigned* a = ancestors.data();
   const unsigned size = ancestors.size(), rows = connectivity.rows();

@@ -5,8 +5,10 @@
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/topology.hpp>
 
+#include "core/aliasing.hpp"
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
+#include "core/result_codes.hpp"
 #include "topology/column_order.hpp"
 
 namespace zeb {
@@ -25,12 +27,12 @@ int group_by_node_count(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors
   // Every key starts as "no key": a matrix of 0 rows has columns but no
   // entries, and the walk below does not visit them.
   dense1D<unsigned, 8> keys, order, starts, full;
-  if (!keys.resize(n, NO_INDEX)) return -199;
+  if (!keys.resize(n, NO_INDEX)) return detail::OUT_OF_MEMORY;
   detail::for_each_column(connect, [&](const unsigned* col, unsigned j) {
     const unsigned k = detail::leading_nodes(col, rows);
     keys[j] = k == 0 ? NO_INDEX : rows - k;
   });
-  if (get_sorted_order(keys, order, starts) != 0) return -199;
+  if (get_sorted_order(keys, order, starts) != 0) return detail::OUT_OF_MEMORY;
   const unsigned kept = order.size();
 
   detail::column_reorder reorder;
@@ -38,7 +40,7 @@ int group_by_node_count(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors
   if (!new_index.resize(n, NO_INDEX) || !full.resize(n) ||
       !reorder.prepare(n, rows > nrows ? rows : nrows) || !node_counts.reserve(starts.size()) ||
       !group_ends.reserve(starts.size()))
-    return -199;
+    return detail::OUT_OF_MEMORY;
 
   // The kept columns in sorted order, then the dropped ones, which the
   // shrink cuts off.
@@ -66,11 +68,19 @@ int group_by_node_count(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors
   return 0;
 }
 
-int sort_elfes_checked(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors, dense1D<unsigned, 8>& node_counts,
-                       dense1D<unsigned, 8>& group_ends, dense1D<unsigned, 8>& new_index) {
-  node_counts.clear();
-  group_ends.clear();
-  new_index.clear();
+// `first_output` is the argument position of node_counts.
+int sort_elfes_checked(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors, unsigned first_output,
+                       dense1D<unsigned, 8>& node_counts, dense1D<unsigned, 8>& group_ends,
+                       dense1D<unsigned, 8>& new_index) {
+  const dense2D<unsigned> none;
+  const dense2D<unsigned>& nb = neighbors ? *neighbors : none;
+  detail::empty_output(node_counts, connect, nb, group_ends, new_index);
+  detail::empty_output(group_ends, connect, nb, node_counts, new_index);
+  detail::empty_output(new_index, connect, nb, node_counts, group_ends);
+  if (&group_ends == &node_counts) return detail::bad_argument(first_output + 1);
+  if (&new_index == &node_counts || &new_index == &group_ends) return detail::bad_argument(first_output + 2);
+  // Both are reordered in place: common entries could not hold both results.
+  if (neighbors && detail::overlaps(connect, *neighbors)) return detail::bad_argument(2);
   if (neighbors && neighbors->empty()) neighbors = nullptr;
   if (neighbors && neighbors->cols() != connect.cols()) return -1;
   const int r = group_by_node_count(connect, neighbors, node_counts, group_ends, new_index);
@@ -86,13 +96,13 @@ int sort_elfes_checked(dense2D<unsigned>& connect, dense2D<unsigned>* neighbors,
 
 int sort_elfes(dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& node_counts,
                dense1D<unsigned int, 8>& group_ends, dense1D<unsigned int, 8>& new_index) {
-  return sort_elfes_checked(connectivity, nullptr, node_counts, group_ends, new_index);
+  return sort_elfes_checked(connectivity, nullptr, 2, node_counts, group_ends, new_index);
 }
 
 int sort_elfes(dense2D<unsigned int>& connectivity, dense2D<unsigned int>& neighbors,
                dense1D<unsigned int, 8>& node_counts, dense1D<unsigned int, 8>& group_ends,
                dense1D<unsigned int, 8>& new_index) {
-  return sort_elfes_checked(connectivity, &neighbors, node_counts, group_ends, new_index);
+  return sort_elfes_checked(connectivity, &neighbors, 3, node_counts, group_ends, new_index);
 }
 
 }  // namespace plexa

@@ -1,3 +1,4 @@
+// The containers of zebmath1 (include/zeb/dense.hpp, src/companions/math1/).
 #include <cstdint>
 #include <random>
 #include <thread>

@@ -1,3 +1,4 @@
+// zeb::misc::histogram (src/companions/misc/histogram.cpp).
 #include <algorithm>
 #include <cmath>
 #include <cstdio>

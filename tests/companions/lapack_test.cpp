@@ -1,3 +1,4 @@
+// zeb::lapack::dspev (src/companions/lapack/dspev.cpp).
 #include <cmath>
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// The element model: count look-ups, narrowing, mixed columns
+// (src/core/element_model.{hpp,cpp}).
 #include "core/element_model.hpp"
 #include "support/support.hpp"
 

@@ -1,3 +1,4 @@
+// Bounding boxes and centroids (src/geometry/bounding_box.cpp, centroids.cpp).
 #include <cmath>
 #include <limits>
 

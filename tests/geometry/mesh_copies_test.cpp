@@ -1,3 +1,5 @@
+// Mesh copies, mirrored copies and clipping (src/geometry/mesh_copies.cpp,
+// clip.cpp).
 #include <cmath>
 
 #include "geometry/geometry_test.hpp"

@@ -1,3 +1,5 @@
+// Translation, rotation and scaling (src/geometry/transforms.cpp,
+// transform_ops.hpp).
 #include <cmath>
 
 #include "geometry/geometry_test.hpp"

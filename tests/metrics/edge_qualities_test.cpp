@@ -1,4 +1,5 @@
-// Edge qualities against a direct loop over a std::set of the mesh's edges.
+// Edge qualities (src/metrics/edge_qualities.cpp, edge_length.hpp) against
+// a direct loop over a std::set of the mesh's edges.
 #include <cmath>
 #include <set>
 

@@ -1,3 +1,4 @@
+// Eigen-solvers and the validity test of metrics (src/metrics/eigen.{hpp,cpp}).
 #include <algorithm>
 
 #include "metrics/metric_samples.hpp"

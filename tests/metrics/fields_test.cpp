@@ -1,3 +1,4 @@
+// Metric fields: checks, bounds, repairs, conversions (src/metrics/field_*.cpp).
 #include <cfloat>
 
 #include "metrics/metric_samples.hpp"

@@ -1,3 +1,5 @@
+// Metric builders, bound_metric, maximum/minimum metrics, aniso to iso
+// (src/metrics/builders.cpp, clamping, extremes, simultaneous_reduction).
 #include <algorithm>
 #include <cfloat>
 

@@ -1,3 +1,5 @@
+// remove_degenerated and simplify (src/search/degenerate_elements.cpp,
+// unused_nodes.cpp).
 #include "search/point_cloud.hpp"
 
 using namespace zeb::plexa;

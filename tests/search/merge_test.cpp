@@ -1,3 +1,5 @@
+// Node merging (src/search/merge.cpp, coincident_sources.hpp, the implicit
+// tree of kd_tree.hpp).
 #include <cmath>
 
 #include "search/kd_tree.hpp"
@@ -162,6 +164,7 @@ TEST(Merge, MemoryFailuresLeaveEverythingAsItWas) {
   EXPECT_NE(to_vector(pos), to_vector(cloud));
 }
 
+
 // The merging core walks an implicit copy of the detector's balanced tree:
 // both visit the nodes of a box in the same order (the tie rule depends on it).
 TEST(Merge, ImplicitTreeVisitsLikeTheDetector) {
@@ -183,4 +186,139 @@ TEST(Merge, ImplicitTreeVisitsLikeTheDetector) {
     d.find_in_box(lo, hi, found);
     EXPECT_EQ(implicit_order, to_vector(found));
   }
+}
+
+namespace {
+
+// The merging rule written out, O(n^2): every source against every target
+// inside its box, in the order the tree visits them (pre-order of the
+// balanced tree, which decides among equal distances), then the chains
+// flattened.  limit(r) bounds the eligible target ranks of a source of rank r.
+template <unsigned D, class Limit>
+std::vector<unsigned> merge_by_definition(const dense2D<double>& pos, const std::vector<unsigned>& S,
+                                          const std::vector<unsigned>& T, double tol, Limit limit) {
+  dense1D<detail::build_item<D>, 8> items;
+  detail::gather_items<D>(pos, T.data(), unsigned(T.size()), items);
+  detail::order_implicit<D>(items.data(), 0, items.size(), 0);
+  std::vector<unsigned> preorder, rank(pos.cols(), NO), map(pos.cols());
+  const auto visit = [&](auto&& self, unsigned lo, unsigned hi) -> void {
+    if (lo == hi) return;
+    const unsigned m = lo + (hi - lo) / 2;
+    preorder.push_back(items[m].node);
+    self(self, lo, m);
+    self(self, m + 1, hi);
+  };
+  visit(visit, 0, items.size());
+  for (unsigned k = 0; k < T.size(); ++k) rank[T[k]] = k;
+  for (unsigned i = 0; i < map.size(); ++i) map[i] = i;
+  for (unsigned s : S) {
+    double p[D], c[D];
+    for (unsigned k = 0; k < D; ++k) p[k] = pos(k, s);
+    unsigned best = s;
+    double bound = tol * tol;
+    for (unsigned t : preorder) {
+      bool inside = true;
+      for (unsigned k = 0; k < D; ++k) inside = inside && p[k] - tol <= (c[k] = pos(k, t)) && c[k] <= p[k] + tol;
+      const double q = detail::squared_distance<D>(c, p);
+      if (inside && q <= bound && rank[t] < limit(rank[s])) best = t, bound = q;
+    }
+    map[s] = best;
+  }
+  for (unsigned& m : map)
+    while (map[m] != m) m = map[m];
+  return map;
+}
+
+// Nodes at a few dozen places, most of them many times over: places apart,
+// places closer than the tolerance, places whose squared distance underflows
+// to 0, -0 beside +0, and NaN coordinates.
+dense2D<double> clustered(unsigned rows, unsigned n, std::mt19937_64& g) {
+  std::vector<std::vector<double>> places;
+  std::uniform_real_distribution<double> u(0, 1);
+  for (unsigned k = 0; k < 30; ++k) {
+    std::vector<double> x(rows);
+    for (double& v : x) v = u(g);
+    places.push_back(x);
+    x[0] += 4e-4;  // a neighbour within the larger tolerance
+    places.push_back(x);
+  }
+  for (unsigned k = 1; k < 6; ++k) places.push_back(std::vector<double>(rows, k * 1e-170));
+  places.push_back(std::vector<double>(rows, 0.0));
+  places.push_back(std::vector<double>(rows, -0.0));
+  places.push_back(std::vector<double>(rows, std::nan("")));
+  dense2D<double> pos(rows, n);
+  for (unsigned j = 0; j < n; ++j) {
+    // Skewed: the first places take most nodes.
+    const auto& x = places[std::min<std::size_t>(g() % places.size(), g() % places.size())];
+    for (unsigned i = 0; i < rows; ++i) pos(i, j) = x[i];
+  }
+  return pos;
+}
+
+}  // namespace
+
+// Clusters of coincident nodes are answered from kept answers: the results
+// are those of the rule applied to every pair.
+TEST(Merge, CoincidentClustersFollowTheDefinition) {
+  for (unsigned rows : {2u, 3u})
+    for (double tol : {0.0, 1e-3, 0.2}) {
+      SCOPED_TRACE(testing::Message() << rows << "-D, tolerance " << tol);
+      auto g = rng(11 * rows);
+      const dense2D<double> pos = strided(clustered(rows, 1600, g));
+      const auto check = [&](const std::vector<unsigned>& S, const std::vector<unsigned>& T, auto limit,
+                             const dense1D<unsigned, 8>& got, int merged) {
+        const std::vector<unsigned> expected = rows == 2 ? merge_by_definition<2>(pos, S, T, tol, limit)
+                                                         : merge_by_definition<3>(pos, S, T, tol, limit);
+        EXPECT_EQ(to_vector(got), expected);
+        EXPECT_EQ(merged, int(std::count_if(S.begin(), S.end(), [&](unsigned s) { return expected[s] != s; })));
+      };
+      const auto below = [](unsigned r) { return r; };
+
+      // Every node among all nodes, in index order.
+      std::vector<unsigned> all(pos.cols());
+      for (unsigned i = 0; i < all.size(); ++i) all[i] = i;
+      dense1D<unsigned, 8> map;
+      dense2D<double> moved = pos;
+      check(all, all, below, map, merge(moved, map, tol));
+
+      // Sources onto other targets, both lists in shuffled order.
+      std::vector<unsigned> S(all.begin(), all.begin() + 1000), T(all.begin() + 600, all.end());
+      std::shuffle(S.begin(), S.end(), g);
+      std::shuffle(T.begin(), T.end(), g);
+      dense1D<unsigned, 8> list1(unsigned(S.size())), list2(unsigned(T.size()));
+      std::copy(S.begin(), S.end(), list1.begin());
+      std::copy(T.begin(), T.end(), list2.begin());
+      check(S, T, below, map, merge(pos, list1, list2, map, tol));
+
+      // Pieces: connectivities of 400 nodes each, modes 1 and 2.
+      for (unsigned mode : {1u, 2u}) {
+        dense2D<unsigned> pieces[4];
+        for (unsigned k = 0; k < 4; ++k) {
+          pieces[k] = dense2D<unsigned>(1, 400);
+          for (unsigned j = 0; j < 400; ++j) pieces[k](0, j) = all[400 * k + j];
+        }
+        const auto piece_start = [&](unsigned r) {
+          const unsigned start = r / 400 * 400;
+          return mode == 1 ? start : (r < 400 ? 0u : 400u);
+        };
+        check(all, all, piece_start, map, merge(pos, pieces, pieces + 4, map, tol, mode));
+      }
+    }
+}
+
+// Memory for the answers kept at coincident places is checked too.
+TEST(Merge, MemoryFailuresWithCoincidentClusters) {
+  auto g = rng(6);
+  const dense2D<double> cloud = clustered(3, 600, g);
+  dense2D<double> pos;
+  dense1D<unsigned, 8> map;
+  ASSERT_TRUE(pos.copy(cloud));
+  const unsigned failing = for_each_allocation_failure([&] { return merge(pos, map, 1e-3); }, [&] {
+    EXPECT_TRUE(map.empty());
+    EXPECT_EQ(to_vector(pos), to_vector(cloud));
+  });
+  EXPECT_GT(failing, 8u);
+  unsigned merged = 0;
+  for (unsigned i = 0; i < map.size(); ++i) merged += map[i] != i;
+  EXPECT_GT(merged, 400u);
 }

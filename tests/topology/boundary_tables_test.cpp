@@ -1,3 +1,4 @@
+// The local boundary and edge tables (src/topology/boundary_tables.hpp).
 #include <array>
 #include <set>
 #include <utility>

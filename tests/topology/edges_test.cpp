@@ -1,4 +1,5 @@
-// copy_edges against a std::set of node pairs.
+// Edge sets (src/topology/edges.cpp, edge_set.{hpp,cpp}): copy_edges against
+// a std::set of node pairs.
 #include <set>
 
 #include "support/meshes.hpp"

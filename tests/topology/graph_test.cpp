@@ -1,3 +1,5 @@
+// Node graph, connected elements, ancestors, sub-domains
+// (src/topology/node_graph.cpp, subdomains.cpp, incidence, core/compressed_lists).
 #include <algorithm>
 #include <deque>
 #include <map>

@@ -1,4 +1,5 @@
-// Free boundaries, colour interfaces and the elements carrying boundary
+// Mesh boundaries (src/topology/mesh_boundaries.cpp, elements_on_boundaries.cpp):
+// free boundaries, colour interfaces and the elements carrying boundary
 // faces, against brute force over the faces of random conforming meshes.
 #include <algorithm>
 #include <map>

@@ -1,3 +1,5 @@
+// Element boundaries and neighbours (src/topology/neighbors.cpp,
+// element_boundaries.cpp, boundary_match.hpp).
 #include <algorithm>
 #include <map>
 

@@ -1,3 +1,4 @@
+// Grouping columns by node count (src/topology/sort_elfes.cpp, column_order).
 #include "support/support.hpp"
 
 using namespace zeb::plexa;

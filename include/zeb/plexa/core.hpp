@@ -14,6 +14,9 @@
 // none a hexahedron).  A mixed connectivity whose row count is that of a
 // single member is read as that member (3 rows of ELT_FACE_MIX are
 // triangles; 4, 5, 6 rows of ELT_SOLID_MIX are tetrahedra, pyramids, wedges).
+//
+// Threads: the library keeps no global mutable state and starts no thread;
+// the table look-ups below may be called from any thread.
 #pragma once
 
 #include <zeb/dense.hpp>

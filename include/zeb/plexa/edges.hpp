@@ -31,7 +31,16 @@
 //
 // Sizes are a dense1D<double> with one size per node; metrics a
 // dense2D<double> with one column per node holding (M11, M12, M22) in 2-D
-// and (M11, M12, M22, M13, M23, M33) in 3-D.
+// and (M11, M12, M22, M13, M23, M33) in 3-D.  Matrices are walked with
+// their leading dimension, so sub-matrix views are accepted everywhere.
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: copy_edges reads every block before its output changes.
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running
+// (a histogram is an output).
 #pragma once
 
 #include <zeb/misc/histogram.hpp>

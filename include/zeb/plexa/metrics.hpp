@@ -23,6 +23,10 @@
 // Outputs may be the same objects as inputs, or views sharing their storage:
 // every function reads its inputs as they were on entry.  Output fields are
 // never resized: the caller sizes them.
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
 #pragma once
 
 #include <zeb/plexa/core.hpp>

@@ -1,10 +1,27 @@
 // Plexa spatial search and node merging: the node_detector k-d tree, merge,
 // removal of degenerate elements and of unused nodes.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Coordinates are a dense2D<double> with one column per node and 2 or 3 rows;
 // connectivities a dense2D<unsigned int> with one column per element.  Every
 // matrix is walked with its leading dimension, so sub-matrix views are
 // accepted.  UINT_MAX is the absent-node marker.
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: the call reads its inputs as they were on entry.  An output that
+// the call empties is then detached from the shared block (the other views
+// keep their entries).
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
+// The const queries of one node_detector (find_closest, find_in_box, size)
+// may run at the same time from several threads; reinit, insert, clear and
+// assignment may not run beside any other use of that detector, and its
+// coordinate matrix must not change while it is in use.
 #pragma once
 
 #include <zeb/plexa/core.hpp>
@@ -23,8 +40,9 @@ namespace plexa {
 //
 // The tree is balanced at construction (median splits on x, y[, z] in turn,
 // equal coordinates ordered by node index) and grows afterwards by insertion
-// in a shuffled but reproducible order (a fresh MT19937 seeded with 1 per
-// call), so that the same inputs always give the same tree.
+// in a shuffled but reproducible order (a fresh std::mt19937 seeded with 1
+// per call, whose sequence the standard fixes), so that the same inputs
+// always give the same tree.
 class PLEXA_API node_detector {
  public:
   // An empty detector: queries find nothing, insert() adds nothing.
@@ -34,6 +52,13 @@ class PLEXA_API node_detector {
   node_detector(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes);
   node_detector(const dense2D<double>& pos, const dense2D<unsigned int>& connect);
   node_detector(const dense2D<double>& pos, const dense2D<unsigned int>* first, const dense2D<unsigned int>* last);
+  // The detector keeps a pointer to the coordinate matrix object: a
+  // temporary matrix would leave it dangling, so these do not compile.
+  explicit node_detector(const dense2D<double>&& pos) = delete;
+  node_detector(const dense2D<double>&& pos, const dense1D<unsigned int, 8>& nodes) = delete;
+  node_detector(const dense2D<double>&& pos, const dense2D<unsigned int>& connect) = delete;
+  node_detector(const dense2D<double>&& pos, const dense2D<unsigned int>* first,
+                const dense2D<unsigned int>* last) = delete;
   // Independent copy of the tree, referring to the same coordinate matrix.
   // When memory cannot be had the copy is an empty detector.
   node_detector(const node_detector& other);
@@ -59,28 +84,45 @@ class PLEXA_API node_detector {
   int reinit(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes);
   int reinit(const dense2D<double>& pos, const dense2D<unsigned int>& connect);
   int reinit(const dense2D<double>& pos, const dense2D<unsigned int>* first, const dense2D<unsigned int>* last);
+  // Not from a temporary matrix (the detector keeps a pointer to it).
+  int reinit(const dense2D<double>&& pos) = delete;
+  int reinit(const dense2D<double>&& pos, const dense1D<unsigned int, 8>& nodes) = delete;
+  int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>& connect) = delete;
+  int reinit(const dense2D<double>&& pos, const dense2D<unsigned int>* first,
+             const dense2D<unsigned int>* last) = delete;
 
-  // Adds nodes to the tree, in a shuffled order (fresh MT19937 seeded with 1).
-  // Entries not below the current column count of the coordinate matrix
+  // Adds nodes to the tree, in a shuffled order (a fresh std::mt19937 seeded
+  // with 1).
+  // Inputs: nodes, or connect for its distinct nodes.  Entries not below the current column count of the coordinate matrix
   // (UINT_MAX included) are skipped; a node already indexed takes an unlinked
   // slot that queries never reach (size() still grows) and is not counted.
   // The connectivity form inserts the distinct nodes of `connect`.
   // Returns the number of nodes added: 0 for an empty detector and when
   // memory cannot be had (the tree is then unchanged).
+  //
+  // Cost: the tree is never rebalanced, and its shape decides which node
+  // wins a tie, so nodes inserted one per call in sorted order (along a
+  // line, say) or at one place make a chain as deep as their number.  Such
+  // insertions stay O(1) per call (the walk restarts near the end of the
+  // previous one), but closest-node and box queries on a chain cost O(depth)
+  // each.  To keep the tree shallow, insert nodes in batches (each call
+  // shuffles its list) or reinit() once they are all known.
   unsigned int insert(const dense1D<unsigned int, 8>& nodes);
   unsigned int insert(const dense2D<unsigned int>& connect);
 
   // Index of the indexed node closest to p (squared Euclidean distance);
   // among nodes at the same distance the first met by the search wins.
   // UINT_MAX for an empty detector, or when no squared distance is finite
-  // (NaN coordinates, overflow beyond the largest double).
+  // (NaN coordinates, overflow beyond the largest double); nodes with NaN
+  // coordinates never hide the others.
   // A 2-D point asked of a 3-D tree is taken with z = 0; a 3-D point asked
   // of a 2-D tree is taken by its x and y.
   unsigned int find_closest(const vector_fixed<double, 2>& p) const;
   unsigned int find_closest(const vector_fixed<double, 3>& p) const;
   // The indexed node closest to node `node`, that node itself excluded;
   // UINT_MAX when node is not a column of the coordinate matrix, or no other
-  // node is indexed.
+  // indexed node is at a finite squared distance (none is from a node with
+  // a NaN or infinite coordinate).
   unsigned int find_closest(unsigned int node) const;
 
   // Appends to IDs, in visiting order, every indexed node inside the closed
@@ -101,6 +143,9 @@ class PLEXA_API node_detector {
  private:
   // Replaces the tree by a balanced one over `nodes` (checked, distinct).
   int adopt(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes);
+  // The cache of the last insertion walk, made on first use; nullptr when
+  // memory cannot be had.
+  unsigned int* insertion_path();
 
   // At most one of the two is set: the coordinates of a 2-D or of a 3-D tree.
   const dense2D<double>* pos2_ = nullptr;
@@ -112,6 +157,10 @@ class PLEXA_API node_detector {
   // of those slots.
   dense1D<unsigned int, 8> flag_bits_;
   dense1D<unsigned int, 8> flagged_;
+  // The deepest slots of the last insertion walk with the bounds of their
+  // regions, where the next walk may start (src/search/insertion_path.hpp).
+  // A pure cache: emptied by reinit and clear, never copied.
+  dense1D<unsigned int, 8> path_;
 };
 
 // Node merging.  Every node lying within `tolerance` of an eligible node is
@@ -130,8 +179,9 @@ class PLEXA_API node_detector {
 // tolerance is refused.  On failure new_IDs is left empty and pos and the
 // connectivities are unchanged.
 
-// Merges the nodes of nodes1 onto those of nodes2.  UINT_MAX entries of the
-// lists are ignored.
+// Merges the nodes of nodes1 onto those of nodes2.
+// Inputs: pos (2 or 3 rows), nodes1 (sources) and nodes2 (targets), whose
+// UINT_MAX entries are ignored, tolerance.
 // Output: new_IDs, pos.cols() entries: the representative of every node
 // (new_IDs[i] == i for a node not merged); left empty when pos has no column
 // or either list holds no node.
@@ -151,8 +201,10 @@ PLEXA_API int merge(const dense2D<double>& pos, const dense1D<unsigned int, 8>& 
 
 // Merges all nodes of pos among themselves (each onto the closest node of
 // smaller index), then gives every merged node the coordinates of its
-// representative.  The column count of pos does not change; when nodes were
-// merged pos receives a contiguous copy holding the new coordinates.
+// representative.
+// Inputs: tolerance.  In place: pos, whose column count does not change;
+// when nodes were merged it receives a contiguous copy holding the new
+// coordinates.
 // Output: new_IDs, pos.cols() entries, as above.
 // Returns the number of merged nodes, or
 //   -1    pos has neither 2 nor 3 rows,
@@ -181,7 +233,12 @@ PLEXA_API int merge(dense2D<double>& pos, double tolerance);
 //      the nodes of the first connectivity are never moved, and nodes of the
 //      later ones are not merged among themselves (attaching pieces to a
 //      reference mesh).
-// The connectivities of the range must not share storage.
+// The connectivities of the range may share storage, entries included: all
+// are read before any is renumbered, and an entry reached through two of
+// them comes out as if renumbered once (the map sends every representative
+// to itself).
+// Inputs: pos (2 or 3 rows), tolerance, mode.  In place: the connectivities
+// of [first, last), renumbered.
 // Output: new_IDs, pos.cols() entries, as above; empty when the range uses
 // no node.
 // Returns the number of merged nodes, or (checks in this order)
@@ -219,8 +276,9 @@ PLEXA_API int merge(const dense2D<double>& pos, dense2D<unsigned int>& connect, 
 // Removes the degenerate columns of connect: those in which a node index
 // occurs twice.  A column whose only repetition is of UINT_MAX (the trailing
 // rows of a mixed column) is degenerate only when markers_degenerate is true.
-// The kept columns are compacted in their former order and connect is
-// resized to them (a strided view is replaced by a contiguous matrix).
+// Inputs: markers_degenerate.  In place: connect; the kept columns are
+// compacted in their former order and connect is resized to them (a strided
+// view is replaced by a contiguous matrix).
 // Output: new_IDs, one entry per former column: its new index, or UINT_MAX
 // for a removed column.
 // Returns the number of removed columns, or -199 when memory could not be had
@@ -232,11 +290,14 @@ PLEXA_API int remove_degenerated(dense2D<unsigned int>& connect, dense1D<unsigne
 PLEXA_API int remove_degenerated(dense2D<unsigned int>& connect, bool markers_degenerate);
 
 // Removes the nodes of index start or more that no connectivity of the
-// half-open array range [first, last) uses: the kept nodes are compacted in
-// their former order, pos is resized to them (a strided view is replaced by
-// a contiguous matrix) and the connectivities are renumbered.  Nodes below
-// start always keep their place, used or not.  The connectivities of the
-// range must not share storage.
+// half-open array range [first, last) uses.  Nodes below start always keep
+// their place, used or not.
+// Inputs: start.  In place: pos (the kept nodes compacted in their former
+// order and pos resized to them; a strided view is replaced by a contiguous
+// matrix) and the connectivities of the range, renumbered.  The connectivities of the
+// range may share storage: those reaching entries of another one are
+// renumbered from copies of their entries taken before anything changes, so
+// that an entry reached through two of them is renumbered once.
 // Output: new_IDs, pos.cols() entries (the former count): the new index of
 // every node, UINT_MAX for a removed one; left empty when nothing is
 // examined (empty range, pos without entries, start >= pos.cols()).

@@ -31,6 +31,20 @@
 // Compressed lists are a pair of vectors: offsets (one more than the number
 // of lists, offsets[0] = 0) and items; list i is items[offsets[i]] up to
 // items[offsets[i+1]] exclusive.
+//
+// An output may be the same object as an input, or a view sharing its
+// storage: the call reads its inputs as they were on entry.  An output that
+// the call empties is then detached from the shared block (the other views
+// keep their entries); where an output that grows or an argument changed in
+// place shares storage with an input, that input is read from a copy made
+// before anything changes (-199 when it cannot be made).  Two outputs of one
+// call that are the same object, and two matrices reordered in place that
+// share entries, are refused, as each function states, before any other
+// check.
+//
+// Threads: the functions keep no state between calls and start no thread.
+// Calls may run at the same time on shared inputs, which they only read, as
+// long as no thread writes an input or an output of a call still running.
 #pragma once
 
 #include <zeb/plexa/core.hpp>
@@ -182,9 +196,11 @@ PLEXA_API int get_elements_on_boundaries(const dense2D<unsigned int>& boundaries
 // Outputs: `offsets` (node count + 1 entries) and `nodes`, a compressed
 // list; both emptied first, and left empty for an empty connectivity; a
 // connectivity holding markers only gives offsets = (0).
-// Returns 0; -2 when `type` is not ELT_NONE and the row count does not fit
+// Returns 0; -3 when offsets and nodes are the same object (left empty); -2
+// when `type` is not ELT_NONE and the row count does not fit
 // it; -5 when `type` has no edge rule (ELT_NODE, ELT_EDGE_MIX, quadratic
-// types, values out of range); -199 when memory could not be had (outputs
+// types; values out of the enumeration are refused first, before the row-count
+// test); -199 when memory could not be had (outputs
 // empty).
 PLEXA_API int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
                              dense1D<unsigned int, 8>& nodes, element_type type);
@@ -194,7 +210,8 @@ PLEXA_API int get_node_graph(const dense2D<unsigned int>& connectivity, dense1D<
 // v from 0 to the largest index; UINT_MAX entries are skipped.
 // Outputs: `offsets` (node count + 1 entries) and `elements`; both emptied
 // first and left empty for an empty connectivity.
-// Returns 0, -199 when memory could not be had (outputs empty).
+// Returns 0; -3 when offsets and elements are the same object (left empty);
+// -199 when memory could not be had (outputs empty).
 PLEXA_API int get_connected_elements(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& offsets,
                                      dense1D<unsigned int, 8>& elements);
 
@@ -202,7 +219,9 @@ PLEXA_API int get_connected_elements(const dense2D<unsigned int>& connectivity, 
 // element that names v.  An empty `ancestors` is first sized to (largest
 // index + 1) entries of UINT_MAX; a non-empty one keeps its size and the
 // entries no element names; indices not below its size are ignored.
-// Returns 0, -199 when `ancestors` could not be sized (left empty).
+// Returns 0, -199 when `ancestors` could not be sized (left empty) or, when it
+// shares storage with the connectivity, the connectivity could not be copied
+// (ancestors unchanged).
 PLEXA_API int get_ancestors(const dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& ancestors);
 
 // Sub-domains: the components of the element adjacency given by `neighbors`
@@ -212,7 +231,8 @@ PLEXA_API int get_ancestors(const dense2D<unsigned int>& connectivity, dense1D<u
 // sub-domain in order of their lowest element, each in breadth-first order
 // from that element; `offsets`, the start of each sub-domain plus the element
 // count as last entry (offsets = (0) for no column).
-// Returns 0, -199 when memory could not be had (outputs empty).
+// Returns 0; -3 when elements and offsets are the same object (left empty);
+// -199 when memory could not be had (outputs empty).
 PLEXA_API int get_subdomains(const dense2D<unsigned int>& neighbors, dense1D<unsigned int, 8>& elements,
                              dense1D<unsigned int, 8>& offsets);
 
@@ -221,8 +241,10 @@ PLEXA_API int get_subdomains(const dense2D<unsigned int>& neighbors, dense1D<uns
 // to offsets[k+1] - 1, and the entries of `neighbors` are renumbered
 // accordingly (entries that name no element are left as they are).
 // Output: `offsets` as above, emptied first.
-// Returns 0; -2 when the two matrices do not have the same column count;
-// -199 when memory could not be had (both matrices unchanged).
+// Returns 0; -2 when the two matrices share entries (one object, or
+// overlapping views of one block: no entry can hold both results), then -2
+// when they do not have the same column count; -199 when memory could not be
+// had (both matrices unchanged).
 PLEXA_API int get_subdomains(dense2D<unsigned int>& connectivity, dense2D<unsigned int>& neighbors,
                              dense1D<unsigned int, 8>& offsets);
 
@@ -235,8 +257,9 @@ PLEXA_API int get_subdomains(dense2D<unsigned int>& connectivity, dense2D<unsign
 // group: group g holds the columns group_ends[g-1] (0 for g = 0) to
 // group_ends[g] - 1, each of node_counts[g] nodes; `new_index` (one entry per
 // original column): its new position, UINT_MAX for a dropped column.
-// Returns 0, -199 when memory could not be had (connectivity unchanged,
-// outputs empty).
+// Returns 0; -3 when group_ends is the same object as node_counts, -4 when
+// new_index is the same object as either (outputs left empty); -199 when
+// memory could not be had (connectivity unchanged, outputs empty).
 PLEXA_API int sort_elfes(dense2D<unsigned int>& connectivity, dense1D<unsigned int, 8>& node_counts,
                          dense1D<unsigned int, 8>& group_ends, dense1D<unsigned int, 8>& new_index);
 
@@ -244,9 +267,12 @@ PLEXA_API int sort_elfes(dense2D<unsigned int>& connectivity, dense1D<unsigned i
 // move with the elements, the matrix shrinks alike, and its entries naming
 // an element are replaced by that element's new index (UINT_MAX for a
 // dropped one).
-// Returns 0; -1 when `neighbors` is non-empty and its column count differs
-// from the connectivity's; -199 when memory could not be had (matrices
-// unchanged, outputs empty).
+// Returns 0; -4 when group_ends is the same object as node_counts, -5 when
+// new_index is the same object as either (outputs left empty); -2 when
+// `neighbors` shares entries with the connectivity (one object, or
+// overlapping views of one block); -1 when `neighbors` is non-empty and its
+// column count differs from the connectivity's; -199 when memory could not
+// be had (matrices unchanged, outputs empty).
 PLEXA_API int sort_elfes(dense2D<unsigned int>& connectivity, dense2D<unsigned int>& neighbors,
                          dense1D<unsigned int, 8>& node_counts, dense1D<unsigned int, 8>& group_ends,
                          dense1D<unsigned int, 8>& new_index);

@@ -3,6 +3,9 @@
 //
 // Text is written byte for byte in the C locale's conventions ("%E" and "%d"
 // of printf), whatever locale the calling program has set.
+//
+// Threads: the writers keep no state and only read their inputs; calls may
+// run at the same time, each writing its own file.
 #pragma once
 
 #include <zeb/plexa/core.hpp>

@@ -124,12 +124,3 @@ TEST(CopyEdges, CodesInTheOrderTestedAndOutputsUnchangedOnFailure) {
   EXPECT_EQ(copy_edges(blocks, blocks, dense1D<int>(), out), 0);
   EXPECT_TRUE(out.empty());
 }
-
-TEST(CopyEdges, AnEdgeConnectivityAppendsItsOwnSetToItself) {
-  dense2D<unsigned> c = connectivity(2, {3, 1, 1, 3, 2, 0, 1, 2});
-  const V before = to_vector(c);
-  ASSERT_EQ(copy_edges(c, ELT_EDGE2, c), 0);
-  V v = before;
-  v.insert(v.end(), {0, 2, 1, 2, 1, 3});
-  EXPECT_EQ(to_vector(c), v);
-}

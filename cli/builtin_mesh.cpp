@@ -18,15 +18,14 @@ constexpr double node_xyz[17][3] = {
 };
 
 constexpr unsigned element_nodes[7][8] = {
-    {0, 3, 4, 1, 6, 9, 10, 7},       // hexahedron x in [0, 1]
-    {1, 4, 5, 2, 7, 10, 11, 8},      // hexahedron x in [1, 2]
-    {9, 6, 12, 10, 7, 13, NO, NO},   // wedge on top of the first
-    {10, 7, 13, 11, 8, 14, NO, NO},  // wedge on top of the second
-    {2, 8, 11, 5, 15, NO, NO, NO},   // pyramid on the face x = 2
+    {0, 1, 4, 3, 6, 7, 10, 9},       // hexahedron x in [0, 1]
+    {1, 2, 5, 4, 7, 8, 11, 10},      // hexahedron x in [1, 2]
+    {6, 9, 12, 7, 10, 13, NO, NO},   // wedge on top of the first
+    {7, 10, 13, 8, 11, 14, NO, NO},  // wedge on top of the second
+    {2, 5, 11, 8, 15, NO, NO, NO},   // pyramid on the face x = 2
     {8, 11, 14, 15, NO, NO, NO, NO}, // tetrahedron: roof end x = 2 to the pyramid
     {9, 6, 12, 16, NO, NO, NO, NO},  // tetrahedron capping the roof end x = 0
 };
-
 }  // namespace
 
 bool builtin_mesh(zeb::dense2D<double>& coords, zeb::dense2D<unsigned>& solids) {

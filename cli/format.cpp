@@ -12,4 +12,11 @@ number_text format_number(double value) {
   return t;
 }
 
+number_text format_number(double value, int digits) {
+  number_text t{};
+  const auto r = std::to_chars(t.text, t.text + sizeof t.text - 1, value, std::chars_format::general, digits);
+  *r.ptr = '\0';
+  return t;
+}
+
 }  // namespace plexa_cli

@@ -12,4 +12,8 @@ struct number_text {
 // "inf", "nan").
 number_text format_number(double value);
 
+// `digits` significant digits (1 to 17), trailing zeros dropped ("0.866025",
+// "1", "-0.5", "1e-07", "nan").
+number_text format_number(double value, int digits);
+
 }  // namespace plexa_cli

@@ -8,6 +8,7 @@
 #include "command.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
+#include "mesh_input.hpp"
 #include "transform_options.hpp"
 
 namespace plexa_cli {
@@ -39,25 +40,10 @@ int convert_main(const invocation& call) {
   const mesh_format* format = format_of(output);
   if (!format || !format->write)
     return usage_error(call, "unknown output format of '%s' (known: %s)", output, writable_extensions().c_str());
-  const bool builtin = !input || std::strcmp(input, "builtin") == 0;
-  const mesh_format* input_format = builtin ? nullptr : format_of(input);
-  if (!builtin && (!input_format || !input_format->read)) {
-    const std::string readable = readable_extensions();
-    if (readable.empty())
-      return usage_error(call, "cannot read '%s': the only input for now is the built-in mesh", input);
-    return usage_error(call, "unknown input format of '%s' (known: %s)", input, readable.c_str());
-  }
-
+  mesh_input in;
+  if (const int status = find_mesh_input(call, input, in)) return status;
   mesh m;
-  if (builtin && !builtin_mesh(m)) return failure(call, "out of memory");
-  if (!builtin) {
-    const int code = input_format->read(input, m);
-    if (code != 0) {
-      char reason[160];
-      zeb::plexa::result_message(input_format->read_signature, code, reason, sizeof reason);
-      return failure(call, "cannot read '%s': %s", input, reason);
-    }
-  }
+  if (const int status = read_mesh_input(call, in, m)) return status;
   if (!apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
   const int code = format->write(output, m);
   if (code == -1) return failure(call, "cannot write '%s'", output);

@@ -8,9 +8,10 @@
 #include <zeb/plexa/core.hpp>
 #include <zeb/plexa/io.hpp>
 
-#include "builtin_mesh.hpp"
 #include "command.hpp"
+#include "mesh.hpp"
 #include "mesh_edges.hpp"
+#include "mesh_quality.hpp"
 #include "mesh_summary.hpp"
 
 namespace plexa_cli {
@@ -74,15 +75,19 @@ int demo_main(const invocation& call) {
     }
   }
 
-  zeb::dense2D<double> coords;
-  zeb::dense2D<unsigned> solids;
-  if (!builtin_mesh(coords, solids)) return failure(call, "out of memory");
+  mesh m;
+  if (!builtin_mesh(m)) return failure(call, "out of memory");
+  const zeb::dense2D<unsigned>& solids = m.blocks[0];
 
   std::fputs("built-in mesh of mixed solids\n", call.out);
-  if (!write_mesh_summary(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX))
+  mesh_quality q;
+  const char* failed = nullptr;
+  if (!write_mesh_summary(call.out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX) ||
+      measure_quality(m, 0, q, failed) != 0)
     return failure(call, "the built-in mesh is not a valid mixed solid mesh");
-  if (const int status = write_boundary_and_edges(call, coords, solids)) return status;
-  return write_files(call, folder, coords, solids);
+  write_quality_histogram(call.out, q);
+  if (const int status = write_boundary_and_edges(call, m.coords, solids)) return status;
+  return write_files(call, folder, m.coords, solids);
 }
 
 }  // namespace
@@ -94,10 +99,11 @@ extern const command demo_command = {
     "\n"
     "Builds the built-in mesh (two hexahedra, a roof of two wedges, a pyramid\n"
     "and two tetrahedra sharing faces) and prints its node count, its elements\n"
-    "by type and its bounding box, its free boundary (faces by kind) and a\n"
-    "histogram of its edge lengths (each edge once) against a uniform size of 1.\n"
-    "Then writes into the output folder, which it creates when missing and names\n"
-    "on the standard output:\n"
+    "by type, its bounding box and a histogram of the shape qualities of its\n"
+    "elements (see 'plexa help quality'), its free boundary (faces by kind) and\n"
+    "a histogram of its edge lengths (each edge once) against a uniform size of\n"
+    "1.  Then writes into the output folder, which it creates when missing and\n"
+    "names on the standard output:\n"
     "  demo.mesh  the mesh, as a MEDIT mesh file;\n"
     "  demo.sol   the distance of each node to the origin, as a MEDIT scalar\n"
     "             solution file (MEDIT viewers pair it with demo.mesh).\n"

@@ -12,5 +12,6 @@
 #include <zeb/plexa/io.hpp>
 #include <zeb/plexa/messages.hpp>
 #include <zeb/plexa/metrics.hpp>
+#include <zeb/plexa/quality.hpp>
 #include <zeb/plexa/search.hpp>
 #include <zeb/plexa/topology.hpp>

@@ -169,6 +169,23 @@ constexpr reason io_reasons[] = {
     {"medit_tensor", -2, nullptr, "its row count is not 3 or 6"},
 };
 
+constexpr const char* quality_dimension = "its row count is not 3 (or 2 for faces in the plane)";
+constexpr const char* quality_type = "element type without a shape (faces and solids only)";
+
+constexpr reason quality_reasons[] = {
+    {"shape_qualities", -1, nullptr, quality_dimension},
+    {"shape_qualities", -2, nullptr, bad_connectivity},
+    {"shape_qualities", -3, nullptr, quality_type},
+    {"shape_qualities", -4, nullptr,
+     "not one valid metric per node (3 rows in 2-D, 6 in 3-D, finite and positive definite)"},
+    {"min_quality", -1, nullptr, quality_dimension},
+    {"min_quality", -2, nullptr, bad_connectivity},
+    {"min_quality", -3, nullptr, quality_type},
+    {"jacobians", -1, nullptr, quality_dimension},
+    {"jacobians", -2, nullptr, bad_connectivity},
+    {"jacobians", -3, nullptr, quality_type},
+};
+
 struct family {
   const reason* first;
   const reason* last;
@@ -180,7 +197,8 @@ constexpr family family_of(const reason (&r)[N]) {
 }
 
 constexpr family families[] = {family_of(index_reasons), family_of(geometry_reasons), family_of(search_reasons),
-                               family_of(topology_reasons), family_of(metrics_reasons), family_of(io_reasons)};
+                               family_of(topology_reasons), family_of(metrics_reasons), family_of(quality_reasons),
+                               family_of(io_reasons)};
 
 // Length of the function name at the start of a signature.
 std::size_t name_length(const char* signature) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <zeb/plexa/quality.hpp>
 #include <zeb/plexa/topology.hpp>
 
 #include "builtin_mesh.hpp"
@@ -29,10 +30,12 @@ TEST(Cli, VersionAndHelpPrintExactly) {
       "Commands:\n"
       "  demo     describe the built-in mesh of mixed solids and write it as MEDIT files\n"
       "  convert  write a mesh in another file format\n"
+      "  quality  measure the shape quality and the Jacobians of the elements of a mesh\n"
       "\n"
       "Run 'plexa help <command>' for the arguments of a command.\n";
   const std::string demo = "Usage: plexa demo [--output-dir <folder>]\n\n";
   const std::string convert = "Usage: plexa convert [builtin] --output <file>\n\n";
+  const std::string quality = "Usage: plexa quality [builtin | <mesh file>] [--worst <n>]\n\n";
   // The whole output, or the first lines of a command's help.
   const struct {
     std::vector<const char*> args;
@@ -41,7 +44,8 @@ TEST(Cli, VersionAndHelpPrintExactly) {
   } cases[] = {{{"--version"}, "plexa 5.3.0.0\n", true}, {{"--help"}, overview, true},
                {{"-h"}, overview, true},                  {{"help"}, overview, true},
                {{"help", "demo"}, demo, false},           {{"demo", "-h"}, demo, false},
-               {{"help", "convert"}, convert, false},     {{"convert", "--help"}, convert, false}};
+               {{"help", "convert"}, convert, false},     {{"convert", "--help"}, convert, false},
+               {{"help", "quality"}, quality, false},     {{"quality", "-h"}, quality, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.args[0]) + (c.args.size() > 1 ? c.args[1] : ""));
     const result r = run(c.args);
@@ -58,6 +62,7 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto top = [](const std::string& m) { return "plexa: " + m + " (see 'plexa --help')\n"; };
   auto demo = [](const std::string& m) { return "plexa demo: " + m + " (see 'plexa help demo')\n"; };
   auto convert = [](const std::string& m) { return "plexa convert: " + m + " (see 'plexa help convert')\n"; };
+  auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
   const struct {
     std::vector<const char*> args;
     std::string err;
@@ -81,6 +86,13 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
        convert("cannot read 'in.mesh': the only input for now is the built-in mesh")},
       {{"convert", "builtin", "builtin", "-o", path.c_str()}, convert("unexpected argument 'builtin'")},
       {{"convert", "--bogus"}, convert("unknown option '--bogus'")},
+      {{"quality", "in.mesh"}, quality("cannot read 'in.mesh': the only input for now is the built-in mesh")},
+      {{"quality", "builtin", "x"}, quality("unexpected argument 'x'")},
+      {{"quality", "--worst"}, quality("missing count after '--worst'")},
+      {{"quality", "--worst", "-1"}, quality("invalid count '-1' of '--worst'")},
+      {{"quality", "--worst", "1001"}, quality("invalid count '1001' of '--worst'")},
+      {{"quality", "--worst", "2x"}, quality("invalid count '2x' of '--worst'")},
+      {{"quality", "-o"}, quality("unknown option '-o'")},
   };
   for (const auto& c : cases) {
     const result r = run(c.args);
@@ -101,20 +113,24 @@ TEST(Cli, OutputThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(r.err, "plexa: cannot write the output\n");
 }
 
-// Every face points out of its element (Newell's normal against the
-// direction from the element's centre), and the elements meet on exactly
-// eight whole faces: a face that is not matched, or met by three elements,
-// is left unlinked by get_neighbors.
-TEST(Cli, BuiltinMeshIsConformingAndOutwardOriented) {
+// Every element is positive (its smallest Jacobian determinant too), the
+// boundary tables see the faces of its tetrahedra pointing out and those of
+// its other elements pointing in (Newell's normal against the direction from
+// the element's centre), and the elements meet on exactly eight whole faces:
+// a face that is not matched, or met by three elements, is left unlinked by
+// get_neighbors.
+TEST(Cli, BuiltinMeshIsConformingAndPositive) {
   using namespace zeb::plexa;
-  zeb::dense2D<double> xyz;
+  zeb::dense2D<double> xyz, dets;
   zeb::dense2D<unsigned> solids, faces, neighbors;
   ASSERT_TRUE(plexa_cli::builtin_mesh(xyz, solids));
   ASSERT_EQ(get_element_boundaries(solids, ELT_SOLID_MIX, faces), 0);
   ASSERT_EQ(get_neighbors(solids, ELT_SOLID_MIX, false, neighbors), 0);
+  ASSERT_EQ(jacobians(xyz, solids, ELT_SOLID_MIX, dets), 0);
 
   unsigned f = 0;
   for (unsigned e = 0; e < solids.cols(); ++e) {
+    EXPECT_GT(dets(0, e), 0.0) << "element " << e;
     const element_type kind = plexa_cli::element_kind(solids, ELT_SOLID_MIX, e);
     const unsigned n = nbr_nodes(kind);
     double centre[3] = {};
@@ -131,7 +147,10 @@ TEST(Cli, BuiltinMeshIsConformingAndOutwardOriented) {
         for (int i = 0; i < 3; ++i) mid[i] += a[i] / m;
       }
       for (int i = 0; i < 3; ++i) outward += normal[i] * (mid[i] - centre[i]);
-      EXPECT_GT(outward, 0.0) << "element " << e << " face " << b;
+      if (kind == ELT_TETRA4)
+        EXPECT_GT(outward, 0.0) << "element " << e << " face " << b;
+      else
+        EXPECT_LT(outward, 0.0) << "element " << e << " face " << b;
     }
   }
   EXPECT_EQ(f, faces.cols());

@@ -4,8 +4,9 @@
 // geometry/{bounding_box,centroids,clip,mesh_copies}.cpp,
 // search/{merge,degenerate_elements,unused_nodes}.cpp,
 // topology/{element_boundaries,neighbors,node_graph,subdomains,sort_elfes,
-// mesh_boundaries,elements_on_boundaries,edges}.cpp and
-// metrics/{field_repair,field_conversions}.cpp.
+// mesh_boundaries,elements_on_boundaries,edges}.cpp,
+// metrics/{field_repair,field_conversions}.cpp and
+// quality/{shape_qualities,jacobians}.cpp.
 //
 // A row of the table is one call: the role of each argument, a factory of
 // fresh arguments from a seed, the call, and the codes it refuses with.  The
@@ -29,6 +30,7 @@
 // contents, or refuse as documented.  Absent, having no pair to alias: the
 // transforms and the all-node merge (pos is their only double container),
 // shift_indices, node_detector::find_in_box, valid_metrics, bound_metrics,
+// min_quality (whose outputs are scalars, written when it returns),
 // edge_qualities (it writes only a histogram).
 #include <algorithm>
 #include <set>
@@ -406,6 +408,14 @@ D2 field(G& g, unsigned rows, unsigned cols) {
   return m;
 }
 
+// Isotropic metric columns, all valid.
+D2 valid_field(G& g, unsigned rows, unsigned cols) {
+  D2 m(rows, cols, 0.0);
+  for (unsigned j = 0; j < cols; ++j)
+    for (unsigned k = 0; k * (k + 3) / 2 < rows; ++k) m(k * (k + 3) / 2, j) = 1.0 + double(g() % 3);
+  return m;
+}
+
 const std::vector<aliased_call> table = {
     // Index utilities.
     {"change_indices(ids, new_IDs)", "ki", [](G& g) { return slots{list(g, 12, 10), list(g, 12, 12)}; },
@@ -600,6 +610,17 @@ const std::vector<aliased_call> table = {
        types[1] = ELT_EDGE2;
        return copy_edges(range, range + 2, types, u2(a[2]));
      }},
+
+    // Quality.
+    {"shape_qualities(pos, connect, type, qualities)", "iio",
+     [](G& g) { return slots{points(g, 3, 8), conn(g, 4, 5, 8), sizes(g, 3)}; },
+     [](S a, unsigned) { return shape_qualities(d2(a[0]), u2(a[1]), ELT_TETRA4, d1(a[2])); }},
+    {"shape_qualities(pos, connect, type, metrics, qualities)", "iiio",
+     [](G& g) { return slots{points(g, 2, 8), conn(g, 3, 5, 8), valid_field(g, 3, 8), sizes(g, 3)}; },
+     [](S a, unsigned) { return shape_qualities(d2(a[0]), u2(a[1]), ELT_TRIA3, d2(a[2]), d1(a[3])); }},
+    {"jacobians(pos, connect, type, dets)", "iio",
+     [](G& g) { return slots{points(g, 3, 8), conn(g, 4, 5, 8), points(g, 2, 2)}; },
+     [](S a, unsigned) { return jacobians(d2(a[0]), u2(a[1]), ELT_TETRA4, d2(a[2])); }},
 
     // Metric fields.
     {"overwrite_invalid_metrics(H, Href)", "ki", [](G& g) { return slots{sizes(g, 8), sizes(g, 7)}; },

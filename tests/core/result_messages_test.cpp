@@ -37,6 +37,9 @@ TEST(ResultMessages, NameTheArgumentAndTheReason) {
   EXPECT_EQ(message("merge(pos, first, last, tolerance, mode)", -3), "argument 3 (last): first is after last");
   // A bare name, an unknown function, no signature: reasons without names.
   EXPECT_EQ(message("clip", -5), "argument 5: its row count differs from the connectivity's");
+  EXPECT_EQ(message("shape_qualities(pos, connect, type, metrics, qualities)", -4),
+            "argument 4 (metrics): not one valid metric per node (3 rows in 2-D, 6 in 3-D, finite and positive "
+            "definite)");
   EXPECT_EQ(message("no_such_function(a)", -1), "argument 1 (a): invalid value");
   EXPECT_EQ(message(nullptr, -2), "argument 2: invalid value");
 }

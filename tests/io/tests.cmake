@@ -3,6 +3,7 @@
 # with the system Python) and compared with the inputs they were written
 # from.  The test reports itself skipped when meshio is missing.
 add_executable(plexa_medit_sample ${CMAKE_CURRENT_LIST_DIR}/medit_sample.cpp)
+plexa_target_defaults(plexa_medit_sample)
 target_link_libraries(plexa_medit_sample PRIVATE zeb::plexa)
 
 if(EXISTS /usr/bin/python3)

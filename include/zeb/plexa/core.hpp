@@ -15,6 +15,39 @@
 // single member is read as that member (3 rows of ELT_FACE_MIX are
 // triangles; 4, 5, 6 rows of ELT_SOLID_MIX are tetrahedra, pyramids, wedges).
 //
+// Local node order.  The first nbr_base_nodes rows of a column are the
+// vertices; each higher-order node follows at the middle of an edge (a, b)
+// or at the centre of a face or of the element:
+//   ELT_EDGE3    2 (0,1)
+//   ELT_TRIA6    3 (1,2), 4 (2,0), 5 (0,1): node 3 + j opposite node j
+//   ELT_QUAD8    4 (0,1), 5 (1,2), 6 (2,3), 7 (3,0)
+//   ELT_QUAD9    those of ELT_QUAD8; 8 at the centre
+//   ELT_TETRA10  4 (1,2), 5 (0,2), 6 (0,1), 7 (0,3), 8 (1,3), 9 (2,3)
+//   ELT_PYRA13   5 (0,1), 6 (1,2), 7 (2,3), 8 (3,0), 9 (0,4), 10 (1,4),
+//                11 (2,4), 12 (3,4)
+//   ELT_PYRA14   those of ELT_PYRA13; 13 at the centre of the base (0,1,2,3)
+//   ELT_WEDGE15  6 (0,3), 7 (1,4), 8 (2,5), 9 (1,2), 10 (2,0), 11 (0,1),
+//                12 (4,5), 13 (5,3), 14 (3,4)
+//   ELT_WEDGE18  those of ELT_WEDGE15; 15, 16, 17 at the centres of the
+//                faces (2,1,4,5), (0,2,5,3), (1,0,3,4)
+//   ELT_HEXA20   8 (0,1), 9 (1,2), 10 (2,3), 11 (3,0), 12 (4,5), 13 (5,6),
+//                14 (6,7), 15 (7,4), 16 (0,4), 17 (1,5), 18 (2,6), 19 (3,7)
+//   ELT_HEXA27   those of ELT_HEXA20; 20 to 25 at the centres of the faces
+//                (0,3,7,4), (1,5,6,2), (0,4,5,1), (3,2,6,7), (0,1,2,3),
+//                (4,7,6,5); 26 at the centre
+// The edge nodes are in the order the NASTRAN and EnSight writers' node
+// tables imply; the face nodes follow the boundary tables of topology.hpp.
+//
+// Orientation.  An element is positive, in the convention of other mesh
+// tools and of quality.hpp (a positive Jacobian of the map from the
+// reference element), when its nodes 0, 1, 2 (, 3) run counter-clockwise
+// for a face in the plane; for a tetrahedron, counter-clockwise seen from
+// node 3; for a pyramid, wedge or hexahedron, its base 0, 1, 2 (, 3) runs
+// counter-clockwise seen from the apex or the top face.  The boundary
+// tables of topology.hpp are deliberately not uniform in this convention:
+// they see the faces of a positive tetrahedron pointing out of it and those
+// of a positive pyramid, wedge or hexahedron pointing into it.
+//
 // Threads: the library keeps no global mutable state and starts no thread;
 // the table look-ups below may be called from any thread.
 #pragma once

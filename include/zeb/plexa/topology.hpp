@@ -14,7 +14,11 @@
 // A tetrahedron whose nodes 0, 1, 2 run counter-clockwise seen from node 3
 // has every face normal (right-hand rule) pointing out; pyramids, wedges and
 // hexahedra have outward faces when their base runs clockwise seen from the
-// apex or the top face.
+// apex or the top face.  Elements that are positive in the convention of
+// other mesh tools (a positive Jacobian, see quality.hpp and core.hpp) have
+// their base counter-clockwise: for them the listed faces point out of
+// tetrahedra and into pyramids, wedges and hexahedra.  The tables are kept
+// so on purpose (boundary output and neighbour rows are indexed by them).
 //
 // The operations on element boundaries accept ELT_EDGE2, ELT_TRIA3,
 // ELT_QUAD4, ELT_FACE_MIX, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8 and

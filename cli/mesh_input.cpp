@@ -1,0 +1,34 @@
+#include "mesh_input.hpp"
+
+#include <cstring>
+#include <string>
+
+#include <zeb/plexa/messages.hpp>
+
+namespace plexa_cli {
+
+int find_mesh_input(const invocation& call, const char* name, mesh_input& in) {
+  in = mesh_input();
+  if (!name || std::strcmp(name, "builtin") == 0) return EXIT_OK;
+  const mesh_format* format = format_of(name);
+  if (!format || !format->read) {
+    const std::string readable = readable_extensions();
+    if (readable.empty())
+      return usage_error(call, "cannot read '%s': the only input for now is the built-in mesh", name);
+    return usage_error(call, "unknown input format of '%s' (known: %s)", name, readable.c_str());
+  }
+  in.path = name;
+  in.format = format;
+  return EXIT_OK;
+}
+
+int read_mesh_input(const invocation& call, const mesh_input& in, mesh& m) {
+  if (in.builtin()) return builtin_mesh(m) ? EXIT_OK : failure(call, "out of memory");
+  const int code = in.format->read(in.path, m);
+  if (code == 0) return EXIT_OK;
+  char reason[160];
+  zeb::plexa::result_message(in.format->read_signature, code, reason, sizeof reason);
+  return failure(call, "cannot read '%s': %s", in.path, reason);
+}
+
+}  // namespace plexa_cli

@@ -1,5 +1,6 @@
-// Plexa topology: element boundaries and neighbours, node graphs,
-// node-to-element lists, sub-domains, grouping of mixed elements by kind.
+// Plexa topology: element boundaries and neighbours, free boundaries and
+// colour interfaces of a mesh, node graphs, node-to-element lists,
+// sub-domains, grouping of mixed elements by kind.
 //
 // Local boundaries (boundary j of an element lists these local nodes, in
 // this order; the order is the orientation):
@@ -24,6 +25,12 @@
 // ELT_SOLID_MIX.  A mixed connectivity whose row count is that of a single
 // member is read as that member; in a mixed column the element kind is read
 // from its markers (row 3 of a face column; rows 4, 5, 6 of a solid column).
+//
+// A boundary key e*nb + j names boundary j of element e, nb being the
+// boundary count of the type (2 ELT_EDGE2, 3 ELT_TRIA3, 4 ELT_QUAD4,
+// ELT_FACE_MIX, ELT_TETRA4, 5 ELT_PYRA5, ELT_WEDGE6, 6 ELT_HEXA8,
+// ELT_SOLID_MIX; the stride stays nb for the smaller kinds of a mixed
+// connectivity): e = key / nb, j = key % nb.
 //
 // Compressed lists are a pair of vectors: offsets (one more than the number
 // of lists, offsets[0] = 0) and items; list i is items[offsets[i]] up to
@@ -83,6 +90,104 @@ PLEXA_API int get_element_boundaries(const dense2D<unsigned int>& connectivity, 
 // -199 when memory could not be had.
 PLEXA_API int get_neighbors(const dense2D<unsigned int>& connectivity, element_type type, bool non_manifold_links,
                             dense2D<unsigned int>& neighbors);
+
+// Free boundaries of a mesh as boundary elements: boundary j of element e is
+// free when neighbors(j, e) is UINT_MAX.
+// Inputs: `connectivity` and its `type`; `neighbors`, as get_neighbors makes
+// it: (nbr_boundaries of the type) x (element count), each entry an element
+// index or UINT_MAX.
+// Output: `boundaries` gets one new column per free boundary, element by
+// element and boundary by boundary in table order, holding the boundary's
+// nodes in table order (the orientation its element gives it).  Rows: 1
+// for ELT_EDGE2; 2 for ELT_TRIA3, ELT_QUAD4, ELT_FACE_MIX; 3 for ELT_TETRA4;
+// 4 for ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8, ELT_SOLID_MIX (a triangular face
+// holds UINT_MAX in row 3).  Appended to: it must be empty or already have
+// that row count.
+// Returns 0 (also for an empty connectivity, which leaves the output
+// untouched); then, in the order tested: -3 when `type` is no element type
+// at all; -1 when the connectivity does not fit the type (row count, or a
+// mixed column without a member shape); -2 when `neighbors` does not have
+// that shape or holds an entry that is neither UINT_MAX nor an element
+// index; -4 when the output is non-empty with another row count; -3 when
+// the type is not accepted; -199 when memory could not be had.  On failure
+// the output is unchanged.
+PLEXA_API int get_mesh_boundaries(const dense2D<unsigned int>& connectivity, const dense2D<unsigned int>& neighbors,
+                                  element_type type, dense2D<unsigned int>& boundaries);
+
+// Free boundaries of a mesh as boundary keys.
+// Inputs: `connectivity`, `neighbors` and `type` as for get_mesh_boundaries.
+// Outputs: `keys` gets the key of every free boundary appended, element by
+// element and boundary by boundary (only the boundaries of the element's
+// own kind in a mixed column); `nb` is set to 0 on entry, then to the
+// type's boundary count (the key stride) once the checks pass.
+// Returns 0 (also for an empty connectivity, which leaves `keys` untouched
+// and nb at 0); then, in the order tested: -2 when `type` is no element
+// type at all; -1 when the connectivity does not fit the type; -2 when the
+// type is not accepted, or `neighbors` is not (nbr_boundaries) x (element
+// count); -199 when memory could not be had.  On failure `keys` is
+// unchanged.
+PLEXA_API int get_mesh_bounding_elements(const dense2D<unsigned int>& connectivity,
+                                         const dense2D<unsigned int>& neighbors, element_type type,
+                                         dense1D<unsigned int, 8>& keys, unsigned int& nb);
+
+// Free boundaries and the interfaces between colour regions.
+// Inputs: `connectivity`, `neighbors` and `type` as for get_mesh_boundaries;
+// `colors`, one value per element (elements of equal value form a region);
+// `both_sides`.
+// Output: `boundaries` (rows and appending as for get_mesh_boundaries) gets
+// boundary j of element e, nodes in table order, when its neighbour f is
+// UINT_MAX or has another colour, and moreover `both_sides` is true or
+// f > e.  A free boundary is thus written once; an interface once, from its
+// lower-numbered element, when `both_sides` is false, and once from each
+// side (opposite orientations) when it is true.  Elements are visited in
+// order, boundaries in table order.
+// Returns 0 (also for an empty connectivity, output untouched); then, in
+// the order tested: -4 when `type` is no element type at all; -1 when the
+// connectivity does not fit the type; -2 when `neighbors` does not have the
+// shape above or holds an entry that is neither UINT_MAX nor an element
+// index; -3 when `colors` does not have one value per element; -5 when the
+// output is non-empty with another row count; -4 when the type is not
+// accepted; -199 when memory could not be had.  On failure the output is
+// unchanged.
+PLEXA_API int get_colors_boundaries(const dense2D<unsigned int>& connectivity, const dense2D<unsigned int>& neighbors,
+                                    const dense1D<unsigned int, 8>& colors, element_type type, bool both_sides,
+                                    dense2D<unsigned int>& boundaries);
+
+// For each boundary element of a boundary mesh, the element boundary of the
+// mesh that carries it.
+// Inputs: `boundaries`, one boundary per column with the rows that
+// get_mesh_boundaries writes for `type` (trailing UINT_MAX rows end a
+// shorter boundary); `connectivity`, `neighbors` and `type` as for
+// get_mesh_boundaries; `ancestors`, one element containing each node or
+// UINT_MAX (as get_ancestors makes it); `orientation`, the directions that
+// count: > 0 only a boundary listing the nodes in the same cyclic order,
+// < -1 only one listing them in the reversed order, 0 both (the same
+// direction first within an element), -1 both (the reversed direction first
+// within an element).  A single-node boundary matches in both directions.
+// For column i with first node a, the elements around a are walked from
+// ancestors[a] across the element boundaries that hold a (depth first,
+// without recursion, each element once); the first of them, in the order
+// they are reached, with a local boundary that matches gives the key.
+// Outputs: `keys`, emptied first, then one entry per boundary column: the
+// key of the matching element boundary, or UINT_MAX (none found, a has no
+// ancestor, or a is not below the size of `ancestors`); `nb`, 0 on entry,
+// then the type's boundary count once the checks pass.
+// Returns 0 (also when `boundaries` is empty: keys empty, nb 0); then, in
+// the order tested: -199 when `keys` cannot be sized; -5 when `type` is no
+// element type at all; -1 when `boundaries` does not have the row count of
+// the type; -2 when the connectivity does not fit the type; -3 when
+// `neighbors` does not have the shape of get_mesh_boundaries or holds an
+// entry that is neither UINT_MAX nor an element index; -4 when `ancestors`
+// holds an entry that is neither UINT_MAX nor an element index; -5 when the
+// type is not accepted; during the walks, -4 when the ancestor of a node
+// does not contain it, -3 when the walk reaches an element that does not
+// contain the node (a broken neighbour relation); -199 when memory could
+// not be had.  On failure `keys` is left empty.
+PLEXA_API int get_elements_on_boundaries(const dense2D<unsigned int>& boundaries,
+                                         const dense2D<unsigned int>& connectivity,
+                                         const dense2D<unsigned int>& neighbors,
+                                         const dense1D<unsigned int, 8>& ancestors, element_type type,
+                                         int orientation, dense1D<unsigned int, 8>& keys, unsigned int& nb);
 
 // Node graph: for each node 0 ... (largest index), the nodes joined to it by
 // an element edge, each once, itself excluded, in order of first discovery

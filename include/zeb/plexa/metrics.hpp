@@ -226,10 +226,11 @@ PLEXA_API bool are_valid_metrics(const dense2D<double>& M);
 // Inputs: M.
 // Output: ids, appended to (not emptied first: calling twice lists every
 // column twice): the index of every valid column of M, in increasing order;
-// nothing is appended when M has neither 3 nor 6 rows.
-// Returns: the number of indices appended; -199 when ids cannot grow (ids
-// then holds its previous entries only).
-PLEXA_API int valid_metrics(const dense2D<double>& M, dense1D<unsigned int, 8>& ids);
+// nothing is appended when M has neither 3 nor 6 rows.  When ids cannot
+// grow, nothing is appended at all (ids keeps its previous entries only);
+// there is no result code to say so: compare ids.size() before and after
+// where memory may run out.
+PLEXA_API void valid_metrics(const dense2D<double>& M, dense1D<unsigned int, 8>& ids);
 
 // ---------------------------------------------------------------------------
 // Field clamping.  In place: the field (H or M).  Inputs: hmin, hmax.

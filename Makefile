@@ -4,11 +4,14 @@
 #   make demo       build the plexa tool and run `plexa demo`
 #   make test       build everything and run the whole test suite
 #   make sanitize   the test suite built with AddressSanitizer and UBSan
+#   make tsan       the tests that run the library from several threads, built
+#                   with ThreadSanitizer
 #   make bench      the benchmarks, in an optimised build (BENCH_ARGS=... for filters)
 #   make install PREFIX=/opt/plexa
 
 BUILD ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-rel
 PREFIX ?= /usr/local
 JOBS ?= 2
@@ -18,7 +21,7 @@ BENCH_ARGS ?= --benchmark_repetitions=1
 # ccache (picked up by CMake when present) shares hits between checkouts.
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: all setup build demo test sanitize bench install clean
+.PHONY: all setup build demo test sanitize tsan bench install clean
 
 all: build
 
@@ -44,6 +47,12 @@ sanitize: setup
 	UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --test-dir $(ASAN_BUILD) -j$(JOBS) --output-on-failure
 
+tsan: setup
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPLEXA_THREAD_SANITIZE=ON $(CMAKE_ARGS)
+	cmake --build $(TSAN_BUILD) -j$(JOBS)
+	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  ctest --test-dir $(TSAN_BUILD) -j$(JOBS) --output-on-failure -R 'Thread|Concurren'
+
 bench: setup
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DPLEXA_BUILD_BENCH=ON \
 	  -DPLEXA_BUILD_TESTS=OFF -DPLEXA_BUILD_CLI=OFF $(CMAKE_ARGS)
@@ -55,4 +64,4 @@ install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD)

@@ -2,7 +2,8 @@
 # on the directory, so that a project embedding Plexa keeps its own):
 # C++20 for the sources, hidden visibility, warnings, and assertions on
 # internal invariants kept in optimised builds.  With PLEXA_SANITIZE the
-# target is built and linked with AddressSanitizer and UBSan.
+# target is built and linked with AddressSanitizer and UBSan, with
+# PLEXA_THREAD_SANITIZE with ThreadSanitizer.
 function(plexa_target_defaults target)
   target_compile_features(${target} PRIVATE cxx_std_20)
   set_target_properties(${target} PROPERTIES
@@ -15,5 +16,8 @@ function(plexa_target_defaults target)
     target_compile_options(${target} PRIVATE
       -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all)
+  elseif(PLEXA_THREAD_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=thread)
   endif()
 endfunction()

@@ -10,6 +10,7 @@
 
 #include "command.hpp"
 #include "mesh.hpp"
+#include "mesh_edges.hpp"
 #include "mesh_quality.hpp"
 #include "mesh_summary.hpp"
 
@@ -51,6 +52,16 @@ int write_files(const invocation& call, const std::string& folder, const zeb::de
   return EXIT_OK;
 }
 
+// The free boundary of the mesh (faces by kind) and the histogram of its
+// edge lengths against a uniform size of 1.
+int write_boundary_and_edges(const invocation& call, const zeb::dense2D<double>& coords,
+                             const zeb::dense2D<unsigned>& solids) {
+  if (!write_free_boundary(call.out, solids, zeb::plexa::ELT_SOLID_MIX) ||
+      !write_edge_lengths(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX, 1.0))
+    return failure(call, "cannot measure the boundary and the edges of the built-in mesh");
+  return EXIT_OK;
+}
+
 int demo_main(const invocation& call) {
   std::string folder = default_folder;
   for (int k = 0; k < call.argc; ++k) {
@@ -75,6 +86,7 @@ int demo_main(const invocation& call) {
       measure_quality(m, 0, q, failed) != 0)
     return failure(call, "the built-in mesh is not a valid mixed solid mesh");
   write_quality_histogram(call.out, q);
+  if (const int status = write_boundary_and_edges(call, m.coords, solids)) return status;
   return write_files(call, folder, m.coords, solids);
 }
 
@@ -88,8 +100,10 @@ extern const command demo_command = {
     "Builds the built-in mesh (two hexahedra, a roof of two wedges, a pyramid\n"
     "and two tetrahedra sharing faces) and prints its node count, its elements\n"
     "by type, its bounding box and a histogram of the shape qualities of its\n"
-    "elements (see 'plexa help quality').  Then writes into the output folder,\n"
-    "which it creates when missing and names on the standard output:\n"
+    "elements (see 'plexa help quality'), its free boundary (faces by kind) and\n"
+    "a histogram of its edge lengths (each edge once) against a uniform size of\n"
+    "1.  Then writes into the output folder, which it creates when missing and\n"
+    "names on the standard output:\n"
     "  demo.mesh  the mesh, as a MEDIT mesh file;\n"
     "  demo.sol   the distance of each node to the origin, as a MEDIT scalar\n"
     "             solution file (MEDIT viewers pair it with demo.mesh).\n"

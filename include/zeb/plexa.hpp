@@ -6,6 +6,7 @@
 #include <zeb/lapack.hpp>
 #include <zeb/misc/histogram.hpp>
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/edges.hpp>
 #include <zeb/plexa/geometry.hpp>
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/io.hpp>

@@ -69,6 +69,12 @@ class index_bitmap {
     return fresh;
   }
 
+  // Clears the mark of v (lo <= v <= hi).
+  void unmark(unsigned v) noexcept {
+    const unsigned d = v - lo_;
+    bits_[d >> 6] &= ~(std::uint64_t(1) << (d & 63));
+  }
+
   // Marks v when it lies in the range (other values are ignored).
   void mark_if_in_range(unsigned v) noexcept {
     if (v - lo_ <= span_) mark(v);

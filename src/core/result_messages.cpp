@@ -66,6 +66,14 @@ constexpr reason search_reasons[] = {
     {"simplify", -3, nullptr, reversed},
 };
 
+constexpr const char* bad_element_columns = "the connectivity does not fit its element type";
+constexpr const char* not_neighbors =
+    "not the neighbour matrix of the connectivity (shape, or an entry that is neither UINT_MAX nor an element)";
+constexpr const char* not_boundary_rows = "not empty, and its row count is not that of the boundaries of the type";
+constexpr const char* not_two_rows = "not empty, and its row count is not 2";
+constexpr const char* no_size = "an edge has a node without a positive size or a valid metric";
+constexpr const char* excluded_edges = "its row count is not 2, or it names a node without coordinates";
+
 constexpr reason topology_reasons[] = {
     {"get_element_boundaries", -1, nullptr, bad_connectivity},
     {"get_element_boundaries", -2, nullptr, "element type not supported, or an output of another row count"},
@@ -85,6 +93,45 @@ constexpr reason topology_reasons[] = {
     {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -4, nullptr,
      "the same object as node_counts"},
     {"sort_elfes(connectivity, neighbors, node_counts, group_ends, new_index)", -5, nullptr, same_output},
+    {"get_mesh_boundaries", -1, nullptr, bad_element_columns},
+    {"get_mesh_boundaries", -2, nullptr, not_neighbors},
+    {"get_mesh_boundaries", -3, nullptr, "element type not supported"},
+    {"get_mesh_boundaries", -4, nullptr, not_boundary_rows},
+    {"get_mesh_bounding_elements", -1, nullptr, bad_element_columns},
+    {"get_mesh_bounding_elements", -2, nullptr,
+     "not the neighbour matrix of the connectivity, or the element type is not supported"},
+    {"get_colors_boundaries", -1, nullptr, bad_element_columns},
+    {"get_colors_boundaries", -2, nullptr, not_neighbors},
+    {"get_colors_boundaries", -3, nullptr, "not one value per element"},
+    {"get_colors_boundaries", -4, nullptr, "element type not supported"},
+    {"get_colors_boundaries", -5, nullptr, not_boundary_rows},
+    {"get_elements_on_boundaries", -1, nullptr, "its row count is not that of the boundaries of the element type"},
+    {"get_elements_on_boundaries", -2, nullptr, bad_element_columns},
+    {"get_elements_on_boundaries", -3, nullptr,
+     "not the neighbour matrix of the connectivity: wrong shape, an entry that is no element, or a link to an "
+     "element that does not hold the node walked around"},
+    {"get_elements_on_boundaries", -4, nullptr,
+     "an entry is no element, or names an element that does not hold its node"},
+    {"get_elements_on_boundaries", -5, nullptr, "element type not supported"},
+    {"copy_edges(connectivity, type, edges)", -2, nullptr, "not an element type"},
+    {"copy_edges(connectivity, type, edges)", -3, nullptr, not_two_rows},
+    {"copy_edges", -1, nullptr, "a block does not fit its element type"},
+    {"copy_edges", -2, nullptr, reversed},
+    {"copy_edges", -3, nullptr, "not one element type per block"},
+    {"copy_edges", -4, nullptr, not_two_rows},
+    {"edge_quality", -2, nullptr, "not positive"},
+    {"edge_quality", -3, nullptr, "not positive"},
+    {"edge_qualities(pos, connectivity, type, sizes, histogram, excluded)", -3, nullptr, "not an element type"},
+    {"edge_qualities(pos, connectivity, type, sizes, histogram, excluded)", -4, nullptr, no_size},
+    {"edge_qualities(pos, connectivity, type, metrics, histogram, excluded)", -3, nullptr, "not an element type"},
+    {"edge_qualities(pos, connectivity, type, metrics, histogram, excluded)", -4, nullptr, no_size},
+    {"edge_qualities", -1, nullptr, "its row count is not 2 or 3"},
+    {"edge_qualities", -2, nullptr, "a block does not fit its element type or names a node without coordinates"},
+    {"edge_qualities", -3, nullptr, reversed},
+    {"edge_qualities", -4, nullptr, "not one element type per block"},
+    {"edge_qualities", -5, nullptr, no_size},
+    {"edge_qualities", -6, nullptr, excluded_edges},
+    {"edge_qualities", -7, nullptr, excluded_edges},
 };
 
 constexpr const char* not_finite = "not finite";

@@ -204,12 +204,7 @@ int write_vtk(const char* path, const dense2D<double>& pos, const dense2D<unsign
   if (!file) return -1;
   const unsigned d = pos.rows(), n = pos.cols();
   if (d != 2 && d != 3) return -2;
-  if (last < first) return -4;
-  if (std::size_t(last - first) != type_count) return -5;
-  for (unsigned i = 0; i < type_count; ++i) {
-    if (first[i].empty()) continue;
-    if (!detail::is_element_type(types[i]) || !check_IDs(first[i], element_type(types[i]), n)) return -3;
-  }
+  if (const int r = detail::check_blocks(first, last, types, type_count, n)) return r;
 
   block_expansion blocks;
   if (blocks.expand(first, last, types) != 0) return detail::OUT_OF_MEMORY;

@@ -34,16 +34,17 @@ unsigned first_invalid_node(const dense1D<unsigned int, 8>& nodes, const dense2D
 }
 
 template <unsigned D>
-int append_valid_columns(const dense2D<double>& M, dense1D<unsigned int, 8>& ids) {
+void append_valid_columns(const dense2D<double>& M, dense1D<unsigned int, 8>& ids) {
+  // All or nothing: a partial list would look like a field with fewer valid
+  // columns.
   const unsigned before = ids.size();
   const double* p = M.data();
   const std::size_t ld = M.ld();
   for (unsigned j = 0, n = M.cols(); j < n; ++j)
     if (detail::is_valid<D>(p + j * ld) && !ids.push_back(j)) {
       ids.resize(before);
-      return detail::OUT_OF_MEMORY;
+      return;
     }
-  return int(ids.size() - before);
 }
 
 }  // namespace
@@ -89,11 +90,11 @@ bool are_valid_metrics(const dense1D<unsigned int, 8>& nodes, const dense2D<doub
 bool are_valid_metrics(const dense1D<double, 8>& H) { return first_invalid_metric(H) == H.size(); }
 bool are_valid_metrics(const dense2D<double>& M) { return first_invalid_metric(M) == M.cols(); }
 
-int valid_metrics(const dense2D<double>& M, dense1D<unsigned int, 8>& ids) {
+void valid_metrics(const dense2D<double>& M, dense1D<unsigned int, 8>& ids) {
   switch (M.rows()) {
     case 3: return append_valid_columns<2>(M, ids);
     case 6: return append_valid_columns<3>(M, ids);
-    default: return detail::SUCCESS;
+    default: return;
   }
 }
 

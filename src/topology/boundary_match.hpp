@@ -6,6 +6,7 @@
 
 #include <zeb/plexa/indices.hpp>
 
+#include "core/matrix_walk.hpp"
 #include "topology/boundary_tables.hpp"
 
 namespace zeb {
@@ -53,6 +54,20 @@ inline int check_boundary_input(const dense2D<unsigned>& connect, element_type t
   if (!check_IDs(connect, narrowed, NO_INDEX)) return -1;
   if (!has_boundary_tables(narrowed)) return -2;
   return 0;
+}
+
+// True when `neighbors` has the shape of the neighbour matrix of n elements
+// with nb boundaries each (an empty matrix fits no element at all) and, with
+// `entries`, every entry is UINT_MAX or an element index.
+inline bool neighbors_fit(const dense2D<unsigned>& neighbors, unsigned nb, unsigned n, bool entries) noexcept {
+  if (neighbors.empty()) return n == 0;
+  if (neighbors.rows() != nb || neighbors.cols() != n) return false;
+  if (!entries) return true;
+  return all_runs(neighbors, [n](const unsigned* p, std::size_t k) {
+    unsigned bad = 0;
+    for (std::size_t i = 0; i < k; ++i) bad |= unsigned(p[i] >= n && p[i] != NO_INDEX);
+    return bad == 0;
+  });
 }
 
 }  // namespace detail

@@ -93,6 +93,13 @@ inline unsigned boundary_nodes(const boundary_list& t, const unsigned* col, unsi
   return k;
 }
 
+// Writes boundary j of `col` as a column of `rows` entries: its nodes in
+// table order, then UINT_MAX.
+inline void boundary_column(const boundary_list& t, const unsigned* col, unsigned j, unsigned rows,
+                            unsigned* out) noexcept {
+  for (unsigned i = boundary_nodes(t, col, j, out); i < rows; ++i) out[i] = NO_INDEX;
+}
+
 struct edge_list {
   unsigned char count;
   unsigned char node[12][2];

@@ -4,6 +4,7 @@
 #include <zeb/plexa/topology.hpp>
 
 #include "core/aliasing.hpp"
+#include "core/column_append.hpp"
 #include "core/element_model.hpp"
 #include "core/matrix_walk.hpp"
 #include "core/result_codes.hpp"
@@ -11,8 +12,6 @@
 
 namespace zeb {
 namespace plexa {
-
-using detail::NO_INDEX;
 
 int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_type type,
                            dense2D<unsigned int>& boundaries) {
@@ -30,26 +29,12 @@ int get_element_boundaries(const dense2D<unsigned int>& connectivity, element_ty
   detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     count += detail::boundaries_of(detail::column_kind(t, col))->count;
   });
-  const unsigned old = boundaries.empty() ? 0 : boundaries.cols();
-  if (old + count > NO_INDEX) return detail::OUT_OF_MEMORY;
-  const unsigned total = static_cast<unsigned>(old + count);
-  // Room for the new columns first, by doubling the column capacity (at
-  // least 4 columns), so that repeated appends stay linear.
-  std::uint64_t room = boundaries.empty() ? 0 : std::uint64_t(boundaries.ld()) * boundaries.cols();
-  if (room < 4ull * rows) room = 4ull * rows;
-  while (room < std::uint64_t(total) * rows) room *= 2;
-  if (room > NO_INDEX) room = std::uint64_t(total) * rows;
-  // Both keep the existing columns when they fail.
-  if (!boundaries.reserve(rows, static_cast<unsigned>(room / rows)) || !boundaries.resize(rows, total)) return detail::OUT_OF_MEMORY;
+  unsigned* out;
+  if (!detail::append_columns(boundaries, rows, count, out)) return detail::OUT_OF_MEMORY;
 
-  unsigned* out = boundaries.data() + std::size_t(old) * boundaries.ld();
-  const std::size_t ld = boundaries.ld();
   detail::for_each_column(elements, [&](const unsigned* col, unsigned) {
     const detail::boundary_list& bl = *detail::boundaries_of(detail::column_kind(t, col));
-    for (unsigned j = 0; j < bl.count; ++j, out += ld) {
-      const unsigned k = detail::boundary_nodes(bl, col, j, out);
-      for (unsigned i = k; i < rows; ++i) out[i] = NO_INDEX;
-    }
+    for (unsigned j = 0; j < bl.count; ++j, out += rows) detail::boundary_column(bl, col, j, rows, out);
   });
   return 0;
 }

@@ -3,7 +3,8 @@
 // core/{matching,permutation,renumbering,sorted_order,unique_indices}.cpp,
 // geometry/{bounding_box,centroids,clip,mesh_copies}.cpp,
 // search/{merge,degenerate_elements,unused_nodes}.cpp,
-// topology/{element_boundaries,neighbors,node_graph,subdomains,sort_elfes}.cpp,
+// topology/{element_boundaries,neighbors,node_graph,subdomains,sort_elfes,
+// mesh_boundaries,elements_on_boundaries,edges}.cpp,
 // metrics/{field_repair,field_conversions}.cpp and
 // quality/{shape_qualities,jacobians}.cpp.
 //
@@ -29,7 +30,8 @@
 // contents, or refuse as documented.  Absent, having no pair to alias: the
 // transforms and the all-node merge (pos is their only double container),
 // shift_indices, node_detector::find_in_box, valid_metrics, bound_metrics,
-// min_quality (whose outputs are scalars, written when it returns).
+// min_quality (whose outputs are scalars, written when it returns),
+// edge_qualities (it writes only a histogram).
 #include <algorithm>
 #include <set>
 #include <string>
@@ -371,6 +373,23 @@ U2 mixed_faces(G& g, unsigned cols, unsigned below) {
 
 U2 triangles(G& g) { return plexa_test::grid_triangles(2, 2, &g); }
 
+// The neighbours, ancestors and free boundary of a triangle mesh.
+U2 neighbors_of(const U2& tri) {
+  U2 n;
+  EXPECT_EQ(get_neighbors(tri, ELT_TRIA3, false, n), 0);
+  return n;
+}
+U1 ancestors_of(const U2& tri) {
+  U1 up;
+  EXPECT_EQ(get_ancestors(tri, up), 0);
+  return up;
+}
+U2 free_edges(const U2& tri) {
+  U2 b;
+  EXPECT_EQ(get_mesh_boundaries(tri, neighbors_of(tri), ELT_TRIA3, b), 0);
+  return b;
+}
+
 // Sizes from -0.5 to 1.5, a third of them invalid.
 D1 sizes(G& g, unsigned n) {
   D1 h(n);
@@ -545,6 +564,52 @@ const std::vector<aliased_call> table = {
      [](G& g) { return slots{mixed_faces(g, 8, 10), conn(g, 4, 8, 10), list(g, 9, 3), list(g, 9, 3), list(g, 9, 3)}; },
      [](S a, unsigned) { return sort_elfes(u2(a[0]), u2(a[1]), u1(a[2]), u1(a[3]), u1(a[4])); },
      {{0, 1, -2}, {2, 3, -4}, {2, 4, -5}, {3, 4, -5}}},
+
+    {"get_mesh_boundaries(connectivity, neighbors, type, boundaries)", "iik",
+     [](G& g) {
+       const U2 t = triangles(g);
+       return slots{t, neighbors_of(t), conn(g, 2, 1, 9)};
+     },
+     [](S a, unsigned) { return get_mesh_boundaries(u2(a[0]), u2(a[1]), ELT_TRIA3, u2(a[2])); }},
+    {"get_mesh_bounding_elements(connectivity, neighbors, type, keys, nb)", "iik",
+     [](G& g) {
+       const U2 t = triangles(g);
+       return slots{t, neighbors_of(t), list(g, 9, 2)};
+     },
+     [](S a, unsigned) {
+       unsigned nb;
+       return get_mesh_bounding_elements(u2(a[0]), u2(a[1]), ELT_TRIA3, u1(a[2]), nb);
+     }},
+    {"get_colors_boundaries(connectivity, neighbors, colors, type, both_sides, boundaries)", "iiik",
+     [](G& g) {
+       const U2 t = triangles(g);
+       return slots{t, neighbors_of(t), list(g, 3, t.cols()), conn(g, 2, 1, 9)};
+     },
+     [](S a, unsigned s) {
+       return get_colors_boundaries(u2(a[0]), u2(a[1]), u1(a[2]), ELT_TRIA3, s % 2 == 0, u2(a[3]));
+     }},
+    {"get_elements_on_boundaries(boundaries, connectivity, neighbors, ancestors, type, orientation, keys, nb)",
+     "iiiio",
+     [](G& g) {
+       const U2 t = triangles(g);
+       return slots{free_edges(t), t, neighbors_of(t), ancestors_of(t), list(g, 9, 3)};
+     },
+     [](S a, unsigned s) {
+       unsigned nb;
+       return get_elements_on_boundaries(u2(a[0]), u2(a[1]), u2(a[2]), u1(a[3]), ELT_TRIA3, int(s % 4) - 2, u1(a[4]),
+                                         nb);
+     }},
+    {"copy_edges(connectivity, type, edges)", "ik", [](G& g) { return slots{triangles(g), conn(g, 2, 2, 9)}; },
+     [](S a, unsigned) { return copy_edges(u2(a[0]), ELT_TRIA3, u2(a[1])); }},
+    {"copy_edges(first, last, types, edges)", "iik",
+     [](G& g) { return slots{triangles(g), conn(g, 2, 5, 12), conn(g, 2, 1, 9)}; },
+     [](S a, unsigned) {
+       const U2 range[2] = {u2(a[0]), u2(a[1])};
+       zeb::dense1D<int, 8> types;
+       if (!types.resize(2, int(ELT_TRIA3))) return -199;  // under the allocation-failure switch
+       types[1] = ELT_EDGE2;
+       return copy_edges(range, range + 2, types, u2(a[2]));
+     }},
 
     // Quality.
     {"shape_qualities(pos, connect, type, qualities)", "iio",

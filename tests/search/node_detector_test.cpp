@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "search/insertion_path.hpp"
 #include "search/kd_tree.hpp"
@@ -587,4 +589,33 @@ TEST(NodeDetector, ForgottenFarSidesAreFoundAgainInOrder) {
   zeb::testing::stop_failing_allocations();
   EXPECT_EQ(starved, n + 1);
   EXPECT_EQ(detail::find_closest_node<2>(view_of<2>(pos, table), q, NO), n + 1);
+}
+
+// Const queries of one detector from several threads at once: each thread
+// gets the answers a single thread gets (run under ThreadSanitizer in CI).
+TEST(NodeDetector, ConstQueriesRunConcurrently) {
+  auto g = plexa_test::rng(2027);
+  const dense2D<double> pos = plexa_test::random_coordinates(g, 3, 3000, -1, 1);
+  const dense2D<double> queries = plexa_test::random_coordinates(g, 3, 400, -1.2, 1.2);
+  const node_detector d(pos);
+  auto answers = [&] {
+    std::vector<unsigned> out;
+    dense1D<unsigned, 8> box;
+    for (unsigned j = 0; j < queries.cols(); ++j) {
+      const vector_fixed<double, 3> q(queries(0, j), queries(1, j), queries(2, j));
+      out.push_back(d.find_closest(q));
+      out.push_back(d.find_closest(j));
+      box.clear();
+      const vector_fixed<double, 3> lo(q[0] - 0.1, q[1] - 0.1, q[2] - 0.1), hi(q[0] + 0.1, q[1] + 0.1, q[2] + 0.1);
+      out.push_back(unsigned(d.find_in_box(lo, hi, box)));
+      out.insert(out.end(), box.begin(), box.end());
+    }
+    return out;
+  };
+  const std::vector<unsigned> expected = answers();
+  std::vector<std::vector<unsigned>> got(4);
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < 4; ++t) threads.emplace_back([&, t] { got[t] = answers(); });
+  for (std::thread& t : threads) t.join();
+  for (unsigned t = 0; t < 4; ++t) EXPECT_EQ(got[t], expected) << t;
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "topology/boundary_tables.hpp"
+
 namespace plexa_test {
 
 using zeb::dense2D;
@@ -125,6 +127,129 @@ dense2D<unsigned> grid_mixed_solids(unsigned nx, unsigned ny, unsigned nz, std::
         }
       }
   return from_columns(8, v);
+}
+
+random_mesh random_conforming_mesh(std::mt19937_64& g, cell_cut cut, unsigned nx, unsigned ny, unsigned nz,
+                                   double holes) {
+  using zeb::plexa::element_type;
+  const bool solid = cut >= cell_cut::tetrahedra;
+  if (!solid) nz = 1;
+  const unsigned dim = solid ? 3 : 2, grid = (nx + 1) * (ny + 1) * (solid ? nz + 1 : 1), cells = nx * ny * nz;
+  const unsigned rows = cut == cell_cut::triangles     ? 3
+                        : cut == cell_cut::quadrangles ? 4
+                        : cut == cell_cut::mixed_faces ? 4
+                        : cut == cell_cut::tetrahedra  ? 4
+                        : cut == cell_cut::wedges      ? 6
+                        : cut == cell_cut::pyramids    ? 5
+                                                       : 8;
+  const element_type types[] = {zeb::plexa::ELT_TRIA3,  zeb::plexa::ELT_QUAD4,  zeb::plexa::ELT_FACE_MIX,
+                                zeb::plexa::ELT_TETRA4, zeb::plexa::ELT_WEDGE6, zeb::plexa::ELT_PYRA5,
+                                zeb::plexa::ELT_HEXA8,  zeb::plexa::ELT_SOLID_MIX};
+  std::uniform_real_distribution<double> jitter(-0.2, 0.2);
+
+  // Nodes: the grid, then one centre per cell (used by the pyramids).
+  std::vector<double> xyz;
+  for (unsigned k = 0; k < (solid ? nz + 1 : 1); ++k)
+    for (unsigned j = 0; j <= ny; ++j)
+      for (unsigned i = 0; i <= nx; ++i) {
+        xyz.insert(xyz.end(), {i + jitter(g), j + jitter(g)});
+        if (solid) xyz.push_back(k + jitter(g));
+      }
+  for (unsigned k = 0; k < nz; ++k)
+    for (unsigned j = 0; j < ny; ++j)
+      for (unsigned i = 0; i < nx; ++i) {
+        xyz.insert(xyz.end(), {i + 0.5 + jitter(g) / 2, j + 0.5 + jitter(g) / 2});
+        if (solid) xyz.push_back(k + 0.5 + jitter(g) / 2);
+      }
+
+  std::vector<unsigned> v;
+  auto add = [&](std::initializer_list<unsigned> nodes) {
+    v.insert(v.end(), nodes);
+    v.insert(v.end(), rows - nodes.size(), NO);
+  };
+  std::vector<bool> wedge_column(nx * ny);
+  for (unsigned c = 0; c < nx * ny; ++c) wedge_column[c] = cut == cell_cut::wedges || (cut == cell_cut::mixed_solids && g() % 3 == 0);
+  unsigned index = 0;
+  for (unsigned k = 0; k < nz; ++k)
+    for (unsigned j = 0; j < ny; ++j)
+      for (unsigned i = 0; i < nx; ++i, ++index) {
+        const cube c{nx, ny, i, j, k};
+        const unsigned r = unsigned(g() % 4);
+        const bool flip = g() % 2;
+        if (!solid) {
+          const bool quad = cut == cell_cut::quadrangles || (cut == cell_cut::mixed_faces && g() % 2);
+          if (quad) {
+            unsigned q[4] = {c(0), c(1), c(3), c(2)};
+            relabel(q, 1, 4, r, flip);
+            add({q[0], q[1], q[2], q[3]});
+            continue;
+          }
+          unsigned t[6] = {c(0), c(1), c(3), c(0), c(3), c(2)};
+          if (g() % 2) t[2] = c(2), t[3] = c(1), t[4] = c(3), t[5] = c(2);
+          std::shuffle(t, t + 3, g);
+          std::shuffle(t + 3, t + 6, g);
+          add({t[0], t[1], t[2]});
+          add({t[3], t[4], t[5]});
+          continue;
+        }
+        unsigned h[8];
+        for (unsigned b = 0; b < 8; ++b) h[b] = c(hex_corner[b]);
+        if (cut == cell_cut::tetrahedra) {
+          push_tetrahedra(v, c, rows, &g);
+        } else if (wedge_column[i + nx * j]) {
+          for (const auto& w : wedge_split) {
+            unsigned n[6] = {h[w[0]], h[w[1]], h[w[2]], h[w[3]], h[w[4]], h[w[5]]};
+            relabel(n, 2, 3, r, flip);
+            add({n[0], n[1], n[2], n[3], n[4], n[5]});
+          }
+        } else if (cut == cell_cut::pyramids || (cut == cell_cut::mixed_solids && g() % 2)) {
+          for (const auto& f : hex_face) {
+            unsigned n[4] = {h[f[0]], h[f[1]], h[f[2]], h[f[3]]};
+            relabel(n, 1, 4, r, flip);
+            add({n[0], n[1], n[2], n[3], grid + index});
+          }
+        } else {
+          relabel(h, 2, 4, r, flip);
+          add({h[0], h[1], h[2], h[3], h[4], h[5], h[6], h[7]});
+        }
+      }
+
+  // New node numbers, element order and holes.
+  const unsigned nodes = grid + cells;
+  std::vector<unsigned> number(nodes);
+  for (unsigned n = 0; n < nodes; ++n) number[n] = n;
+  std::shuffle(number.begin(), number.end(), g);
+  std::vector<unsigned> order(v.size() / rows);
+  for (unsigned e = 0; e < order.size(); ++e) order[e] = e;
+  std::shuffle(order.begin(), order.end(), g);
+  order.resize(order.size() - std::size_t(holes * double(order.size())));
+
+  random_mesh m;
+  m.type = types[int(cut)];
+  m.coords = dense2D<double>(dim, nodes);
+  for (unsigned n = 0; n < nodes; ++n)
+    for (unsigned d = 0; d < dim; ++d) m.coords(d, number[n]) = xyz[std::size_t(n) * dim + d];
+  m.connect = dense2D<unsigned>(rows, unsigned(order.size()));
+  for (unsigned e = 0; e < order.size(); ++e)
+    for (unsigned i = 0; i < rows; ++i) {
+      const unsigned node = v[std::size_t(order[e]) * rows + i];
+      m.connect(i, e) = node == NO ? NO : number[node];
+    }
+  return m;
+}
+
+std::set<std::pair<unsigned, unsigned>> vertex_edges(const dense2D<unsigned>& connect, zeb::plexa::element_type type) {
+  namespace detail = zeb::plexa::detail;
+  std::set<std::pair<unsigned, unsigned>> out;
+  for (unsigned e = 0; e < connect.cols(); ++e) {
+    const unsigned* col = &connect(0, e);
+    const detail::edge_list& t = *detail::edges_of(detail::column_kind(type, col));
+    for (unsigned k = 0; k < t.count; ++k) {
+      const unsigned a = col[t.node[k][0]], b = col[t.node[k][1]];
+      out.insert({std::min(a, b), std::max(a, b)});
+    }
+  }
+  return out;
 }
 
 dense2D<unsigned> with_fins(const dense2D<unsigned>& connect, unsigned first_new_node, unsigned count,

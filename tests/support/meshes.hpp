@@ -8,8 +8,11 @@
 #pragma once
 
 #include <random>
+#include <set>
+#include <utility>
 
 #include <zeb/dense.hpp>
+#include <zeb/plexa/core.hpp>
 
 namespace plexa_test {
 
@@ -23,6 +26,40 @@ zeb::dense2D<unsigned> grid_tetrahedra(unsigned nx, unsigned ny, unsigned nz, st
 // generator) a hexahedron, 2 wedges, 6 pyramids on the cube centre or 6
 // tetrahedra.  Cubes of different kinds may meet on faces that do not match.
 zeb::dense2D<unsigned> grid_mixed_solids(unsigned nx, unsigned ny, unsigned nz, std::mt19937_64* g = nullptr);
+
+// How the cells of a grid are cut into elements by random_conforming_mesh.
+enum class cell_cut {
+  triangles,     // 2 per square, either diagonal (ELT_TRIA3)
+  quadrangles,   // 1 per square (ELT_QUAD4)
+  mixed_faces,   // per square a quadrangle or 2 triangles (ELT_FACE_MIX, 4 rows)
+  tetrahedra,    // 6 per cube around its diagonal (ELT_TETRA4)
+  wedges,        // 2 per cube, cut through one vertical diagonal plane (ELT_WEDGE6)
+  pyramids,      // 6 per cube on its centre node (ELT_PYRA5)
+  hexahedra,     // 1 per cube (ELT_HEXA8)
+  mixed_solids,  // per column of cubes 2 wedges each, or per cube a hexahedron
+                 // or 6 pyramids (ELT_SOLID_MIX, 8 rows)
+};
+
+struct random_mesh {
+  zeb::dense2D<double> coords;  // 2 rows for the face cuts, 3 for the solid ones
+  zeb::dense2D<unsigned> connect;
+  zeb::plexa::element_type type;
+};
+
+// A conforming mesh (neighbouring elements share whole edges or faces) of
+// the nx x ny (x nz) grid of [0, nx] x [0, ny] (x [0, nz]), its nodes moved
+// by up to 0.2 in each direction.  Drawn from g: the cut of each cell where
+// there is a choice, each element's labelling (a relabelling that keeps its
+// edges and faces, not always its orientation), the node numbers, the
+// element order, and the `holes` share of the elements that is removed
+// (their nodes stay).
+random_mesh random_conforming_mesh(std::mt19937_64& g, cell_cut cut, unsigned nx, unsigned ny, unsigned nz = 1,
+                                   double holes = 0.1);
+
+// The vertex edges of a linear connectivity (mixed types read per column)
+// as (smaller, larger) pairs, from the library's edge tables.
+std::set<std::pair<unsigned, unsigned>> vertex_edges(const zeb::dense2D<unsigned>& connect,
+                                                     zeb::plexa::element_type type);
 
 // Appends `count` copies of random columns of `connect` with the last row
 // replaced by a new node (numbered from `first_new_node`): each shares a

@@ -35,8 +35,24 @@ TEST(TopologyAllocationFailures, LeaveEverythingAsItWas) {
   const dense2D<unsigned> mix = strided(grid_mixed_solids(2, 2, 1, &g)), tet = grid_tetrahedra(2, 2, 2, &g);
   const dense2D<unsigned> tri_nbr = strided(connectivity(3, {2, NO, NO, NO, 5, NO, NO, NO, 0}));
   const dense2D<unsigned> sort_nbr = random_connectivity(g, 2, mix.cols(), mix.cols() + 2);
+  const dense2D<unsigned> tet_nbr = [&] {
+    dense2D<unsigned> m;
+    get_neighbors(tet, ELT_TETRA4, false, m);
+    return m;
+  }();
+  const dense2D<unsigned> faces = connectivity(3, {tet(1, 0), tet(2, 0), tet(3, 0), tet(0, 1), tet(2, 1), tet(1, 1)});
+  dense1D<unsigned> colors(tet.cols()), up;
+  for (unsigned e = 0; e < tet.cols(); ++e) colors[e] = e % 3;
+  get_ancestors(tet, up);
+  const dense2D<unsigned> blocks[] = {tet, mix};
+  const dense1D<int> types = [] {
+    dense1D<int> t(2, int(ELT_TETRA4));
+    t[1] = ELT_SOLID_MIX;
+    return t;
+  }();
   dense2D<unsigned> c, n;
   dense1D<unsigned> a, b, d;
+  unsigned nb = 0;
   struct fallible {
     const char* name;
     std::function<void()> fill;  // the inputs and outputs that do not start empty
@@ -57,7 +73,16 @@ TEST(TopologyAllocationFailures, LeaveEverythingAsItWas) {
        [&] { return get_subdomains(c, n, a); }, 3},
       {"sort", [&] { c = strided(mix); }, [&] { return sort_elfes(c, a, b, d); }, 1},
       {"sort with neighbours", [&] { c = strided(mix), n = strided(sort_nbr); },
-       [&] { return sort_elfes(c, n, a, b, d); }, 1}};
+       [&] { return sort_elfes(c, n, a, b, d); }, 1},
+      {"mesh boundaries (appended)", [&] { c = connectivity(3, {1, 2, 3}); },
+       [&] { return get_mesh_boundaries(tet, tet_nbr, ELT_TETRA4, c); }, 1},
+      {"bounding elements (appended)", [&] { a = ids({1, 2}); },
+       [&] { return get_mesh_bounding_elements(tet, tet_nbr, ELT_TETRA4, a, nb); }, 1},
+      {"colour interfaces", none, [&] { return get_colors_boundaries(tet, tet_nbr, colors, ELT_TETRA4, true, c); }, 1},
+      {"elements on boundaries", none,
+       [&] { return get_elements_on_boundaries(faces, tet, tet_nbr, up, ELT_TETRA4, 0, a, nb); }, 2},
+      {"edges (appended)", [&] { c = connectivity(2, {0, 1}); }, [&] { return copy_edges(mix, ELT_SOLID_MIX, c); }, 6},
+      {"edges of blocks", none, [&] { return copy_edges(blocks, blocks + 2, types, c); }, 6}};
   const auto reset = [&](const fallible& f) {
     c = n = dense2D<unsigned>();
     a = b = d = dense1D<unsigned>();

@@ -1,5 +1,9 @@
 // Plexa core: version, element types and their count tables.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // A mesh is a coordinate matrix (dense2D<double>, one column per node, 2 or 3
 // rows) and connectivities (dense2D<unsigned>, one column per element, 0-based
 // node indices).  The element_type tells how the columns are read.  Result
@@ -89,20 +93,28 @@ enum element_type {
 // Number of element types (values 0 to 22).
 constexpr unsigned ELEMENT_TYPE_COUNT = 23;
 
-// The library's version string, "5.3.0.0"; never fails, valid for the life
-// of the library.
+// The library's version.
+// Returns: the string "5.3.0.0"; never fails, valid for the life of the
+// library.
 PLEXA_API const char* version() noexcept;
 
-// Table look-ups.  A value outside the 23 of the enumeration gives 0, as
+// Table look-ups of one element type; none fails.
+// Inputs: type.  A value outside the 23 of the enumeration gives 0, as
 // ELT_NONE does.
-// Nodes per element (rows of a connectivity): 4 for ELT_FACE_MIX, 8 for ELT_SOLID_MIX.
+
+// Nodes per element (rows of a connectivity).
+// Returns: the count; 4 for ELT_FACE_MIX, 8 for ELT_SOLID_MIX.
 PLEXA_API unsigned int nbr_nodes(element_type type) noexcept;
 // Vertex (corner) nodes per element.
+// Returns: the count.
 PLEXA_API unsigned int nbr_base_nodes(element_type type) noexcept;
 // Boundaries of one element: end points of an edge, sides of a face, faces of
 // a solid (the largest member for the mixed types).
+// Returns: the count.
 PLEXA_API unsigned int nbr_boundaries(element_type type) noexcept;
-// 0 for ELT_NONE and ELT_NODE, 1 for edges, 2 for faces, 3 for solids.
+// Dimension of the element.
+// Returns: 0 for ELT_NONE and ELT_NODE, 1 for edges, 2 for faces, 3 for
+// solids.
 PLEXA_API unsigned int element_dim(element_type type) noexcept;
 
 }  // namespace plexa

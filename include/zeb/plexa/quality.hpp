@@ -1,6 +1,10 @@
 // Plexa quality: the shape quality of elements, the smallest quality of a
 // mesh, and the determinants of the elements' Jacobians.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Element types: every face and solid type, linear, quadratic and mixed
 // (ELT_FACE_MIX, ELT_TRIA3 ... ELT_QUAD9, ELT_SOLID_MIX, ELT_TETRA4 ...
 // ELT_HEXA27), read as check_IDs reads them (a mixed connectivity whose row
@@ -72,13 +76,14 @@ namespace plexa {
 // Shape quality of every element (see above).
 // Inputs: pos (2 rows for faces in the plane, 3 for surfaces and solids),
 // connect (one column per element) of the given type.
-// Output: qualities, connect.cols() values, value j for element j; emptied
-// first.
+// Output: qualities, emptied first, then connect.cols() values: value j for
+// element j.
 // Returns, in this order: -3 for a type without quality (ELT_NONE,
 // ELT_NODE, edges, values outside the enumeration); 0 for a connectivity
-// without entries (qualities empty); -1 when pos has another row count;
-// -2 when check_IDs(connect, type, pos.cols()) fails; -199 when qualities
-// cannot be sized (qualities empty); 0 on success.
+// without entries (qualities empty); -1 when pos has another row count (2
+// rows with a solid type included); -2 when check_IDs(connect, type,
+// pos.cols()) fails; -199 when qualities cannot be sized (qualities empty);
+// 0 on success.
 PLEXA_API int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned int>& connect, element_type type,
                               dense1D<double, 8>& qualities);
 
@@ -94,10 +99,12 @@ PLEXA_API int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned
 // field M = A^-T A^-1, a mesh mapped by x -> A x (det A > 0) has the
 // qualities of the unmapped mesh.
 // Output: qualities, as above.
-// Returns as above, with -4 after -2: metrics without 3 rows (2-D
-// coordinates) or 6 rows (3-D), with a column count other than pos.cols(),
-// or with a column that is not a valid metric (an entry that is not finite,
-// or not positive definite); the whole field is checked, used nodes or not.
+// Returns: the codes above, with -4 between -2 and -199: metrics without 3
+// rows (2-D coordinates) or 6 rows (3-D), with a column count other than
+// pos.cols(), or with a column that is not a valid metric (an entry that is
+// not finite, or not positive definite); the whole field is checked, used
+// nodes or not.  An empty connectivity gives 0 before the field is looked
+// at.
 PLEXA_API int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned int>& connect, element_type type,
                               const dense2D<double>& metrics, dense1D<double, 8>& qualities);
 
@@ -109,8 +116,8 @@ PLEXA_API int shape_qualities(const dense2D<double>& pos, const dense2D<unsigned
 // An empty connectivity gives quality 1 and element 4294967295 (UINT_MAX).
 // Both are written once, when the call returns; on failure quality is NaN
 // and element 4294967295.
-// Returns the codes of shape_qualities, in the same order, except -199: no
-// memory is needed.
+// Returns: the codes of shape_qualities, in the same order, except -199 (no
+// memory is needed).
 PLEXA_API int min_quality(const dense2D<double>& pos, const dense2D<unsigned int>& connect, element_type type,
                           double& quality, unsigned int& element);
 
@@ -158,8 +165,9 @@ PLEXA_API int min_quality(const dense2D<double>& pos, const dense2D<unsigned int
 // tangled or inverted element.  (For an element whose determinants are all
 // negative, largest over the magnitude of the smallest is the opposite of
 // its mirror image's ratio: `plexa quality` reports that.)
-// Returns the codes of shape_qualities, in the same order (-199 when dets
-// cannot be sized, dets then empty).
+// Returns: the codes of shape_qualities, in the same order (0 for a
+// connectivity without entries, dets empty; -199 when dets cannot be sized,
+// dets then empty).
 PLEXA_API int jacobians(const dense2D<double>& pos, const dense2D<unsigned int>& connect, element_type type,
                         dense2D<double>& dets);
 

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdint>
 
+#include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/topology.hpp>
 
 #include "core/element_model.hpp"
@@ -71,6 +72,17 @@ int block_expansion::expand(const dense2D<unsigned>* first, const dense2D<unsign
             {storage, grouped.start() + begin * grouped.ld(), node_counts[g], end - begin, grouped.ld(), member, i});
       begin = end;
     }
+  }
+  return 0;
+}
+
+int check_blocks(const dense2D<unsigned>* first, const dense2D<unsigned>* last, const int* types,
+                 unsigned type_count, unsigned nodes) noexcept {
+  if (last < first) return -4;
+  if (std::size_t(last - first) != type_count) return -5;
+  for (unsigned i = 0; i < type_count; ++i) {
+    if (first[i].empty()) continue;
+    if (!is_element_type(types[i]) || !check_IDs(first[i], element_type(types[i]), nodes)) return -3;
   }
   return 0;
 }

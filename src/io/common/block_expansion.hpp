@@ -35,6 +35,14 @@ struct simple_block {
   }
 };
 
+// The checks every block writer makes on the blocks [first, last) and their
+// types, in this order: -4 when last precedes first; -5 when the number of
+// blocks is not type_count; -3 when a non-empty block is refused by
+// check_IDs(block, type, nodes) (a type outside the enumeration included).
+// Returns 0 when all pass.
+int check_blocks(const dense2D<unsigned>* first, const dense2D<unsigned>* last, const int* types,
+                 unsigned type_count, unsigned nodes) noexcept;
+
 class block_expansion {
  public:
   block_expansion() noexcept = default;

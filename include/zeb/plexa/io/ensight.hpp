@@ -1,5 +1,9 @@
 // Plexa EnSight files: ASCII geometry files with given node and element ids.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Text is written byte for byte in the C locale's conventions ("%8d" and
 // "%12.5e" of printf), whatever locale the calling program has set.
 //
@@ -46,27 +50,34 @@ namespace plexa {
 // it empty.  Write errors are detected: a write, flush or close that fails
 // turns a success into -1, so that 0 always means the whole file was
 // written.
-// Result codes, tested in this order:
-//   -1  the file cannot be opened;
+// ---------------------------------------------------------------------------
+
+// Writes the mesh of nodes `pos` and the connectivity blocks [first, last)
+// to a file.
+// Inputs: path; pos (d x n, 1 <= d <= 3); the blocks of the array range
+// [first, last), block i of the element type types[i]; types, one entry per
+// block.
+// Output: the file `path`, replaced, laid out as above.
+// Returns, in this order:
+//   -1  the file cannot be opened (a null path included);
 //   -2  pos has 0 or more than 3 rows;
 //   -4  last precedes first;
 //   -5  the number of blocks differs from types.size();
-//   -3  a block is rejected by check_IDs(block, type, UINT_MAX) (an
-//       out-of-range type included; node indices are not bounded by the
-//       node count);
-//   -1  a write, the flush or the close failed.
-// ---------------------------------------------------------------------------
-
-// Writes the mesh of nodes `pos` (d x n, 1 <= d <= 3) and the connectivity
-// blocks [first, last), block i of type types[i], to the file `path`.
+//   -3  a non-empty block is rejected by check_IDs(block, type, UINT_MAX)
+//       (an out-of-range type included; node indices are not bounded by
+//       the node count);
+//   -1  a write, the flush or the close failed;
+//    0  written.
 PLEXA_API int ensight_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
                              const dense2D<unsigned int>* last, const dense1D<int, 8>& types);
 
-// Two blocks, parts 1 and 2.  Codes as above.
+// The writer above on two blocks, parts 1 and 2.
+// Returns: as above.
 PLEXA_API int ensight_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
                              const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 
-// One block, part 1.  Codes as above.
+// The writer above on one block, part 1.
+// Returns: as above.
 PLEXA_API int ensight_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              element_type type);
 

@@ -1,6 +1,10 @@
 // Plexa MEDIT files: the mesh writer and the scalar, vector and tensor
 // solution writers.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Text is written byte for byte in the C locale's conventions ("%E" and "%d"
 // of printf), whatever locale the calling program has set.
 //
@@ -33,42 +37,50 @@ namespace plexa {
 // their vertices.  ELT_NONE, ELT_NODE, ELT_EDGE_MIX, ELT_PYRA13 and
 // ELT_WEDGE15 are not written.  Mixed blocks (ELT_FACE_MIX, ELT_SOLID_MIX)
 // are split by element kind, grouped as sort_elfes groups them.
-//
-// Result codes, tested in this order; every check is made before the file is
-// opened, so a failed check leaves no file:
+// ---------------------------------------------------------------------------
+
+// Writes the mesh of nodes `pos` and the connectivity blocks [first, last).
+// Inputs: path; pos (d x n, 1 <= d <= 3); the blocks of the array range
+// [first, last), block i of the element type types[i] and written with the
+// reference i (empty blocks write nothing but keep their position in this
+// numbering); types, one entry per block.
+// Output: the file `path`, replaced, laid out as above.
+// Returns, in this order (every check is made before the file is opened, so
+// a failed check leaves no file):
 //   -2  pos has 0 or more than 3 rows;
 //   -4  last precedes first;
 //   -5  the number of blocks differs from types.size();
 //   -3  a non-empty block is rejected by check_IDs(block, type, pos.cols())
 //       (an out-of-range type included);
 //   -199 memory for splitting the mixed blocks could not be had;
-//   -1  the file cannot be opened;
+//   -1  the file cannot be opened (a null path included);
 //   -1  a write, the flush or the close failed (a full disk, say): 0 always
-//       means the whole file was written.  The file is closed on every path.
-// ---------------------------------------------------------------------------
-
-// Writes the mesh of nodes `pos` (d x n, 1 <= d <= 3) and the connectivity
-// blocks [first, last) to the file `path`; block i has the element type
-// types[i] and the reference i (empty blocks write nothing but keep their
-// position in this numbering).  Returns 0 or a code above.
+//       means the whole file was written.  The file is closed on every path;
+//    0  written.
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
                            const dense2D<unsigned int>* last, const dense1D<int, 8>& types);
 
-// One block of type `type`, reference 0.  Codes as above.
+// The writer above on one block of type `type`, reference 0.
+// Returns: as above.
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                            element_type type);
 
-// Two blocks, references 0 and 1.  Codes as above.
+// The writer above on two blocks, references 0 and 1.
+// Returns: as above.
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
                            const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 
-// One connectivity of type `type` whose element j has the reference
-// colors[j]; elements coloured 0xFFFFFFFF are left out.  Codes, in order:
-//   0   connect has no entry: returns at once, no file is created;
+// The writer above on one connectivity split by colour: element j has the
+// reference colors[j], and elements coloured 0xFFFFFFFF are left out.
+// Inputs: path, pos; connect of the element type `type`; colors, one entry
+// per column of connect.
+// Output: the file `path`, as above.
+// Returns, in this order:
+//    0  connect has no entry: returns at once, no file is created;
 //   -5  colors.size() differs from connect.cols();
 //   -6  the blocks of the colours cannot be allocated (one block per colour
 //       value up to the largest one);
-// then those of the main writer (-2, -3, -199, -1).
+// then those of the main writer (-2, -3, -199, -1, 0).
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                            element_type type, const dense1D<unsigned int, 8>& colors);
 
@@ -79,21 +91,32 @@ PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const d
 // write, the flush or the close fails, and close the file on every path.
 // ---------------------------------------------------------------------------
 
-// One scalar per node: header "dim 1 n 2", then the values eight to a line;
-// the last line (possibly empty, when n is a multiple of 8) ends the file.
-// `dim` is written as given.  Returns 0 or -1.
+// Writes one scalar per node.
+// Inputs: path; dim, written as given; values, one per node.
+// Output: the file `path`: header "dim 1 n 2", then the values eight to a
+// line; the last line (possibly empty, when n is a multiple of 8) ends the
+// file.
+// Returns: -1 when the file cannot be opened; -1 when a write, the flush or
+// the close failed; 0.
 PLEXA_API int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& values);
 
-// One vector per node (a column of `vectors`): header "dim rows cols 2", then
-// one line per column.  Returns 0 or -1.
+// Writes one vector per node.
+// Inputs: path; dim, written as given; vectors, one column per node.
+// Output: the file `path`: header "dim rows cols 2", then one line per
+// column.
+// Returns: -1 when the file cannot be opened; -1 when a write, the flush or
+// the close failed; 0.
 PLEXA_API int medit_vector(const char* path, unsigned int dim, const dense2D<double>& vectors);
 
-// One packed symmetric tensor per node (a column of 3 rows in 2-D, 6 in 3-D,
-// in the order of symmetric_fixed): header "2 3 cols 2" or "3 6 cols 2",
-// then one line per column as stored.  Returns 0; -1 when the file cannot be
-// opened; -2 when `tensors` has neither 3 nor 6 rows, which is tested after
-// opening the file: the empty file is left behind (closed); -1 when a
-// write, the flush or the close fails.
+// Writes one packed symmetric tensor per node.
+// Inputs: path; tensors, one column per node of 3 rows in 2-D, 6 in 3-D, in
+// the order of symmetric_fixed.
+// Output: the file `path`: header "2 3 cols 2" or "3 6 cols 2", then one
+// line per column as stored.
+// Returns, in this order: -1 when the file cannot be opened; -2 when
+// `tensors` has neither 3 nor 6 rows, which is tested after opening the
+// file: the empty file is left behind (closed); -1 when a write, the flush
+// or the close fails; 0.
 PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors);
 
 }  // namespace plexa

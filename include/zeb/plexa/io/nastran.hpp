@@ -1,5 +1,9 @@
 // Plexa NASTRAN files: bulk-data decks.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Text is written byte for byte in the C locale's conventions ("%16E" and
 // "%d" of printf), whatever locale the calling program has set.
 //
@@ -50,16 +54,17 @@ namespace plexa {
 // success into -1, so that 0 always means the whole deck was written.
 // ---------------------------------------------------------------------------
 
-// Writes the deck to the open stream `f`, which is flushed (so that a write
-// error shows) but not closed.  The blocks share one connectivity: block i
-// holds the columns ranges[i] to ranges[i+1] - 1 and has the element type
-// types[i]; it is read through its first min(rows, 4) rows for
+// Writes the deck to an open stream.  The blocks share one connectivity:
+// block i holds the columns ranges[i] to ranges[i+1] - 1 and has the
+// element type types[i]; it is read through its first min(rows, 4) rows for
 // ELT_FACE_MIX, min(rows, 20) for ELT_SOLID_MIX (so a mixed solid block
 // needs a connectivity of 4, 5, 6 or 8 rows) and nbr_nodes(type) rows
 // otherwise.  Node indices are not bounded by the node count.
 // Inputs: f, pos (2 or 3 x n), connect (rows x m), ranges (blocks + 1),
 // types (blocks), pids (m).
-// Result codes, tested in this order (nothing is written on a failed check):
+// Output: the deck laid out as above, written to `f`, which is flushed (so
+// that a write error shows) but not closed.
+// Returns, in this order (nothing is written on a failed check):
 //   -1  f is null or in error;
 //   -2  pos has neither 2 nor 3 rows;
 //   -5  ranges.size() differs from types.size() + 1;
@@ -67,27 +72,34 @@ namespace plexa {
 //   -4  the ranges decrease or go past connect.cols();
 //   -3  a block with columns is rejected by check_IDs(block, type, UINT_MAX)
 //       (fewer rows than its type needs and out-of-range types included);
-//   -1  a write or the flush failed.
+//   -1  a write or the flush failed;
+//    0  written.
 PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
                              const dense1D<unsigned int, 8>& pids);
 
-// Two blocks: the connectivities are joined into one matrix of as many rows
-// as the larger node count of the two types (unused entries UINT_MAX; rows
-// beyond that are not written), the first block's elements with pid 1, the
-// second's with pid 2 and the ids that follow.  Codes: -199 when the
-// joined matrix cannot be allocated (tested first), then those above.
+// The stream writer above on two blocks: the connectivities are joined into
+// one matrix of as many rows as the larger node count of the two types
+// (unused entries UINT_MAX; rows beyond that are not written), the first
+// block's elements with pid 1, the second's with pid 2 and the ids that
+// follow.
+// Returns: -199 when the joined matrix cannot be allocated (tested first),
+// then the codes above.
 PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
                              const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 
-// One block, pid 1 for every element.  Codes: -199 when its ranges and
-// property numbers cannot be allocated (tested first), then those above.
+// The stream writer above on one block, pid 1 for every element.
+// Returns: -199 when its ranges and property numbers cannot be allocated
+// (tested first), then the codes above.
 PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              element_type type);
 
-// The same three writing to the file `path`, which they open first (-1 when
-// it cannot be opened) and close on every path: a failed check leaves the
-// file empty.  A failing close turns a success into -1.
+// The same three writing to the file `path`, which they open first and
+// close on every path: a failed check leaves the file empty.
+// Output: the file `path`, replaced.
+// Returns: -1 when the file cannot be opened (a null path included); then
+// the codes of the stream form (-199 first for the one- and two-block
+// forms); a failing close turns a success into -1.
 PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
                              const dense1D<unsigned int, 8>& pids);

@@ -1,5 +1,9 @@
 // Plexa VTK files: legacy VTK text files of an unstructured grid.
 //
+// Each function's comment gives what it does, its inputs, each output with
+// its shape and size, and what it returns: the result codes in the order
+// they are tested.
+//
 // Text is written byte for byte in the C locale's conventions ("%f" and "%d"
 // of printf), whatever locale the calling program has set.
 //
@@ -36,12 +40,13 @@ namespace plexa {
 // and ELT_WEDGE15 have no cell.
 // ---------------------------------------------------------------------------
 
-// Appends the cells of every column of `connect` (elements of type `type`),
-// in column order, to `cells` and `cell_types`, and adds their number to
-// `ncells`; nothing is cleared first, so that calls on several blocks
-// accumulate.  A connectivity without columns appends nothing.
+// Converts a connectivity into VTK cells: the cells of every column of
+// `connect`, in column order, are appended to `cells` and `cell_types` and
+// their number added to `ncells`.  Nothing is cleared first, so that calls
+// on several blocks accumulate.
 // Inputs: connect (nbr_nodes(type) x m), type.
-// Outputs, appended to (on failure all three are left as they were):
+// Outputs, appended to (on failure all three are left as they were; a
+// connectivity without entries appends nothing):
 //   ncells      += c, the number of cells appended (m, or 2m for the
 //                  higher-order types);
 //   cells       grows by (k + 1) m entries, or (rows + 2) m for the
@@ -49,11 +54,13 @@ namespace plexa {
 //   cell_types  grows by c entries.
 // An output that shares its storage with `connect` or with the other output
 // is first moved to storage of its own (its entries unchanged).
-// Result codes, tested in this order:
+// Returns, in this order:
 //   -1  connect is rejected by check_IDs(connect, type, UINT_MAX);
 //   -2  the type has no VTK cell;
 //   -5  cells and cell_types are the same object;
-//   -199 the outputs cannot grow.
+//    0  connect has no entry;
+//   -199 the outputs cannot grow;
+//    0  converted.
 PLEXA_API int vtk_convert(const dense2D<unsigned int>& connect, element_type type, unsigned int& ncells,
                           dense1D<unsigned int, 8>& cells, dense1D<unsigned int, 8>& cell_types);
 
@@ -71,28 +78,34 @@ PLEXA_API int vtk_convert(const dense2D<unsigned int>& connect, element_type typ
 // success into -1, so that 0 always means the whole file was written.
 // ---------------------------------------------------------------------------
 
-// Writes the file body to the open stream `f` from cells converted by
-// vtk_convert.  The stream is flushed (so that a write error shows) but not
-// closed.
+// Writes the file body to an open stream from cells converted by
+// vtk_convert.
 // Inputs: f, pos (2 or 3 x n), ncells, cells (the ncells cells, over nodes
 // below n), cell_types (ncells entries).
-// Result codes, tested in this order (nothing is written on a failed check):
+// Output: the text laid out as above, written to `f`, which is flushed (so
+// that a write error shows) but not closed.
+// Returns, in this order (nothing is written on a failed check):
 //   -1  f is null or in error;
 //   -2  pos has neither 2 nor 3 rows;
 //   -3  the ncells cells do not take exactly the entries of `cells`;
 //   -4  a node index of `cells` is not below n;
 //   -5  cell_types.size() differs from ncells;
-//   -1  a write or the flush failed.
+//   -1  a write or the flush failed;
+//    0  written.
 PLEXA_API int vtk_output(std::FILE* f, const dense2D<double>& pos, unsigned int ncells,
                          const dense1D<unsigned int, 8>& cells, const dense1D<unsigned int, 8>& cell_types);
 
-// Writes the mesh of nodes `pos` (2 or 3 x n) and the connectivity blocks
-// [first, last), block i of type types[i], to the file `path`.  Mixed blocks
-// (ELT_FACE_MIX, ELT_SOLID_MIX) are split by element kind as sort_elfes
-// groups them, then every block is converted in block order.
-// The file is opened first: a failed check leaves it empty (and closed).
-// Result codes, tested in this order:
-//   -1  the file cannot be opened;
+// Writes the mesh of nodes `pos` and the connectivity blocks [first, last)
+// to a file.  Mixed blocks (ELT_FACE_MIX, ELT_SOLID_MIX) are split by element
+// kind as sort_elfes groups them, then every block is converted in block
+// order.
+// Inputs: path; pos (2 or 3 x n); the blocks of the array range
+// [first, last), block i of the element type types[i]; types, one entry per
+// block.
+// Output: the file `path`, replaced, laid out as above.  The file is opened
+// first: a failed check leaves it empty (and closed).
+// Returns, in this order:
+//   -1  the file cannot be opened (a null path included);
 //   -2  pos has neither 2 nor 3 rows;
 //   -4  last precedes first;
 //   -5  the number of blocks differs from types.size();
@@ -101,15 +114,18 @@ PLEXA_API int vtk_output(std::FILE* f, const dense2D<double>& pos, unsigned int 
 //   -199 memory could not be had;
 //   -2  a non-empty block has a type without VTK cell (ELT_NODE,
 //       ELT_EDGE_MIX, ELT_PYRA13, ELT_WEDGE15);
-//   -1  a write, the flush or the close failed.
+//   -1  a write, the flush or the close failed;
+//    0  written.
 PLEXA_API int vtk_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
                          const dense2D<unsigned int>* last, const dense1D<int, 8>& types);
 
-// Two blocks.  Codes as above.
+// The file writer above on two blocks.
+// Returns: as above.
 PLEXA_API int vtk_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
                          const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 
-// One block.  Codes as above.
+// The file writer above on one block.
+// Returns: as above.
 PLEXA_API int vtk_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                          element_type type);
 

@@ -64,7 +64,7 @@ bool final_result(int r) { return r >= 0 || r == OUT_OF_MEMORY; }
 // The unit normal of triangle (p0, p1, p2) by the right-hand rule, from the
 // two edges that leave out the longest one (the first of equal longest
 // edges in the order 0-1, 1-2, 2-0); kept as it is when its squared length
-// is exactly 0 or 1.
+// is exactly 1, and 0 0 0 when it is 0.
 void facet_normal(const double* p0, const double* p1, const double* p2, double* n) {
   const auto squared = [](const double* a, const double* b) {
     double s = 0.0;
@@ -88,7 +88,9 @@ void facet_normal(const double* p0, const double* p1, const double* p2, double* 
   n[1] = u[2] * v[0] - u[0] * v[2];
   n[2] = u[0] * v[1] - u[1] * v[0];
   const double length2 = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
-  if (length2 != 0.0 && length2 != 1.0) {
+  if (length2 == 0.0) {
+    n[0] = n[1] = n[2] = 0.0;  // a degenerate triangle: 0 0 0, whatever signs its zeros had
+  } else if (length2 != 1.0) {
     const double length = std::sqrt(length2);
     for (unsigned k = 0; k < 3; ++k) n[k] /= length;
   }

@@ -15,6 +15,7 @@
 #include "format.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
+#include "mesh_output.hpp"
 
 namespace plexa_cli {
 
@@ -76,9 +77,8 @@ int weld_main(const invocation& call) {
   const mesh_format* in_format = format_of(input);
   if (!in_format || std::strcmp(in_format->extension, ".stl") != 0)
     return usage_error(call, "the input '%s' is not an STL file (.stl)", input);
-  const mesh_format* format = format_of(output);
-  if (!format || !format->write)
-    return usage_error(call, "unknown output format of '%s' (known: %s)", output, writable_extensions().c_str());
+  const mesh_format* format;
+  if (const int status = find_mesh_output(call, output, format)) return status;
 
   mesh m;
   zeb::dense2D<unsigned> triangles;
@@ -108,16 +108,7 @@ int weld_main(const invocation& call) {
                3 * report.triangles, m.coords.cols(), report.removed, triangles.cols(), edges.free,
                edges.non_manifold);
 
-  const int written = format->write(output, m);
-  if (written == -1) return failure(call, "cannot write '%s'", output);
-  if (written != 0) {
-    char reason[160];
-    zeb::plexa::result_message(format->write_signature, written, reason, sizeof reason);
-    return failure(call, "cannot write '%s': %s", output, reason);
-  }
-  std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", output, format->name, m.coords.cols(),
-               m.element_count());
-  return EXIT_OK;
+  return write_mesh_output(call, *format, output, m);
 }
 
 }  // namespace

@@ -113,8 +113,9 @@ PLEXA_API int STL_input(const char* path, dense2D<double>& pos, dense2D<unsigned
 // Writes the triangles `connect` over the nodes `pos` to an open stream,
 // ASCII when `ascii` is true, binary otherwise (coordinates and normals
 // rounded to the nearest 32-bit float).
-// Inputs: f, pos (3 x n, or without entries), connect (3 x m, zero-based
-// indices below n; any shape without entries writes no triangle), ascii.
+// Inputs: f, pos (3 x n, or without entries: then n is 0), connect (3 x m,
+// zero-based indices below n; any shape without entries writes no
+// triangle), ascii.
 // Output: the file laid out as above, written to `f`, which is flushed (so
 // that a write error shows) but not closed.
 // Returns, in this order (nothing is written on a failed check):

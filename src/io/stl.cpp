@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/io/stl.hpp>

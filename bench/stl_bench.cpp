@@ -67,10 +67,18 @@ const surface& small() {
   return s;
 }
 
+// A file removed when the program ends.
+struct scratch_file {
+  std::string path;
+  ~scratch_file() {
+    if (!path.empty()) std::remove(path.c_str());
+  }
+};
+
 // The surface written once as a file of the given variant.
 const std::string& file_of(const surface& s, bool ascii) {
-  static std::string paths[2][2];
-  std::string& path = paths[&s == &large()][ascii];
+  static scratch_file files[2][2];
+  std::string& path = files[&s == &large()][ascii].path;
   if (path.empty()) {
     path = scratch_path(ascii ? "ascii.stl" : "binary.stl") + (&s == &large() ? "1" : "2");
     zeb::plexa::STL_output(path.c_str(), s.pos, s.tris, ascii);

@@ -28,7 +28,7 @@ constexpr unsigned FROZEN = 0xFFFFFFFFu;
 
 // What one run did, for the benchmarks.
 struct propagation_stats {
-  std::uint64_t pushes = 0, pops = 0, stale = 0, changes = 0;
+  std::uint64_t pushes = 0, pops = 0, stale = 0, changes = 0, sweeps = 0, swept = 0;
   unsigned largest_queue = 0;
 };
 
@@ -138,9 +138,12 @@ class propagation {
   // is still full.
   bool make_room() noexcept {
     const unsigned capacity = queue_.size();
-    if (capacity >= 64 && queue_.sweep([this](const queue_entry& x) { return stale(x); },
-                                       [](queue_entry&) {}) >= capacity / 4)
-      return true;
+    if (capacity >= 64) {
+      const unsigned dropped = queue_.sweep([this](const queue_entry& x) { return stale(x); }, [](queue_entry&) {});
+      ++stats_.sweeps;
+      stats_.swept += dropped;
+      if (dropped >= capacity / 4) return true;
+    }
     return queue_.grow(capacity / 2 + 64) || !queue_.full();
   }
 

@@ -128,16 +128,20 @@ dense1D<double, 8> copy_of(const dense1D<double, 8>& H) {
   return c;
 }
 
-// Nodes whose value differs, bit for bit.
-unsigned changed_nodes(const dense1D<double, 8>& a, const dense1D<double, 8>& b) {
-  unsigned n = 0;
-  for (unsigned v = 0; v < a.size(); ++v) n += std::memcmp(&a[v], &b[v], sizeof(double)) != 0;
-  return n;
+bool same_value(const dense1D<double, 8>& a, const dense1D<double, 8>& b, unsigned v) {
+  return std::memcmp(&a[v], &b[v], sizeof(double)) == 0;
 }
-unsigned changed_nodes(const dense2D<double>& a, const dense2D<double>& b) {
+bool same_value(const dense2D<double>& a, const dense2D<double>& b, unsigned v) {
+  return std::memcmp(&a(0, v), &b(0, v), a.rows() * sizeof(double)) == 0;
+}
+unsigned count(const dense1D<double, 8>& H) { return H.size(); }
+unsigned count(const dense2D<double>& M) { return M.cols(); }
+
+// Nodes whose value differs, bit for bit.
+template <class Field>
+unsigned changed_nodes(const Field& a, const Field& b) {
   unsigned n = 0;
-  for (unsigned v = 0; v < a.cols(); ++v)
-    n += std::memcmp(&a(0, v), &b(0, v), a.rows() * sizeof(double)) != 0;
+  for (unsigned v = 0; v < count(a); ++v) n += !same_value(a, b, v);
   return n;
 }
 
@@ -243,4 +247,286 @@ TEST(Gradation, AnisotropicResultKeepsItsDirectionAndMeetsTheBoundAlongEdges) {
         EXPECT_EQ(bound(k, m, none, true, mode, bound_g, M), 0);
         EXPECT_EQ(changed_nodes(once, M), 0u);
       }
+}
+
+TEST(Gradation, ChainOfEdgesByHand) {
+  const random_mesh chain{coordinates(2, {0, 0, 1, 0, 2, 0, 3, 0}), connectivity(2, {0, 1, 1, 2, 2, 3}),
+                          ELT_EDGE2};
+  auto run = [&](kind k, int mode, V sizes) {
+    dense1D<double, 8> H(unsigned(sizes.size()));
+    std::copy(sizes.begin(), sizes.end(), H.begin());
+    const int r = bound(k, chain, none, true, mode, 0.5, H);
+    sizes.assign(H.begin(), H.end());
+    sizes.push_back(r);
+    return sizes;
+  };
+  auto near_all = [](const V& a, const V& b) { return near(a, b, 1e-14); };
+  // Shrinking, the peak comes down to its neighbours' size plus the change
+  // the bound allows over one unit.
+  EXPECT_TRUE(near_all(run(kind::variation, -1, {1, 1, 10, 1}), {1, 1, 1.5, 1, 1}));
+  EXPECT_TRUE(near_all(run(kind::gradation, -1, {1, 1, 10, 1}), {1, 1, 1 + std::log(1.5), 1, 1}));
+  // Growing, the valleys rise, the farther node after its neighbour.
+  EXPECT_TRUE(near_all(run(kind::variation, 1, {1, 1, 10, 1}), {9, 9.5, 10, 9.5, 3}));
+  // Undecided: the two edges of node 1 tie; node 0 comes first and grows,
+  // then node 1 shrinks against node 2, and the edge (0, 1) is left above
+  // the bound, neither node being allowed back.
+  EXPECT_TRUE(near_all(run(kind::variation, 0, {1, 10, 1, 1}), {9.5, 1.5, 1, 1, 2}));
+  // Other modes block every correction.
+  EXPECT_TRUE(near_all(run(kind::variation, 2, {1, 10, 1, 1}), {1, 10, 1, 1, 0}));
+  EXPECT_TRUE(near_all(run(kind::variation, 0x101, {1, 10, 1, 1}), run(kind::variation, 1, {1, 10, 1, 1})));
+}
+
+TEST(Gradation, FrozenNodesStayAndTheirEdgesDoNotGetWorse) {
+  auto g = rng(73);
+  for (const mesh_case& c : meshes)
+    for (const kind k : {kind::gradation, kind::variation})
+      for (const int mode : {1, -1, 0}) {
+        const random_mesh m = random_conforming_mesh(g, c.cut, c.nx, c.ny, c.nz, 0.1);
+        const unsigned n = m.coords.cols();
+        const double bound_g = 0.4;
+        std::vector<unsigned> listed, others;
+        for (unsigned v = 0; v < n; ++v) (g() % 4 == 0 ? listed : others).push_back(v);
+        dense1D<unsigned, 8> frozen_list(unsigned(listed.size())), free_list(unsigned(others.size()));
+        std::copy(listed.begin(), listed.end(), frozen_list.begin());
+        std::copy(others.begin(), others.end(), free_list.begin());
+        SCOPED_TRACE(testing::Message() << "type " << m.type << ", measure " << int(k) << ", mode " << mode);
+
+        auto check = [&](const auto& F0) {
+          auto F = copy_of(F0), G = copy_of(F0);
+          const int r = bound(k, m, frozen_list, true, mode, bound_g, F);
+          ASSERT_GT(r, 0);
+          // Listing the free nodes instead is the same run.
+          EXPECT_EQ(bound(k, m, free_list, false, mode, bound_g, G), r);
+          EXPECT_EQ(changed_nodes(F, G), 0u);
+          const std::set<unsigned> is_frozen(listed.begin(), listed.end());
+          for (unsigned v : listed) ASSERT_TRUE(same_value(F0, F, v)) << "node " << v;
+          // A free node within the bound against all its frozen neighbours
+          // stays within it.
+          std::vector<double> before(n, 0.0), after(n, 0.0);
+          for (const auto& [a, b] : vertex_edges(m.connect, m.type)) {
+            if (is_frozen.count(a) == is_frozen.count(b)) continue;
+            const unsigned v = is_frozen.count(a) ? b : a;
+            before[v] = std::max(before[v], excess(k, bound_g, m, F0, a, b));
+            after[v] = std::max(after[v], excess(k, bound_g, m, F, a, b));
+          }
+          for (unsigned v = 0; v < n; ++v)
+            if (before[v] <= 1 - 1e-6) ASSERT_LE(after[v], 1 + 1e-6) << "node " << v;
+        };
+        check(rough_sizes(g, n));
+        check(rough_metrics(g, m.coords.rows(), n));
+      }
+}
+
+TEST(Gradation, ElementOrderDoesNotMatter) {
+  auto g = rng(74);
+  for (const mesh_case& c : meshes)
+    for (const int mode : {0, 1, -1}) {
+      const random_mesh m = random_conforming_mesh(g, c.cut, c.nx, c.ny, c.nz, 0.1);
+      const unsigned n = m.coords.cols();
+      // The columns shuffled; the nodes of each simplex too.
+      random_mesh p = m;
+      std::vector<unsigned> order(m.connect.cols());
+      std::iota(order.begin(), order.end(), 0u);
+      std::shuffle(order.begin(), order.end(), g);
+      p.connect = dense2D<unsigned>(m.connect.rows(), m.connect.cols());
+      for (unsigned e = 0; e < order.size(); ++e) {
+        for (unsigned r = 0; r < m.connect.rows(); ++r) p.connect(r, e) = m.connect(r, order[e]);
+        if (m.type == ELT_TRIA3 || m.type == ELT_TETRA4) std::shuffle(&p.connect(0, e), &p.connect(0, e) + m.connect.rows(), g);
+      }
+      const dense1D<unsigned, 8> frozen = ids({unsigned(g() % n), unsigned(g() % n), unsigned(g() % n)});
+      SCOPED_TRACE(testing::Message() << "type " << m.type << ", mode " << mode);
+      auto same_both_ways = [&](kind k, const auto& F0) {
+        auto F = copy_of(F0), G = copy_of(F0);
+        EXPECT_EQ(bound(k, m, frozen, true, mode, 0.2, F), bound(k, p, frozen, true, mode, 0.2, G));
+        EXPECT_EQ(changed_nodes(F, G), 0u);
+      };
+      same_both_ways(kind::gradation, rough_sizes(g, n));
+      same_both_ways(kind::variation, rough_metrics(g, m.coords.rows(), n));
+    }
+}
+
+TEST(Gradation, AFieldWithinTheBoundIsLeftAsItIs) {
+  auto g = rng(75);
+  for (const mesh_case& c : meshes) {
+    const random_mesh m = random_conforming_mesh(g, c.cut, c.nx, c.ny, c.nz, 0.1);
+    const unsigned n = m.coords.cols(), dim = m.coords.rows();
+    dense1D<double, 8> H(n);
+    dense2D<double> M(dim == 2 ? 3 : 6, n);
+    const Sym<3> axes3 = random_metric<3>(g, -1, 1);
+    const Sym<2> axes2 = random_metric<2>(g, -1, 1);
+    for (unsigned v = 0; v < n; ++v) {
+      double x = 0;
+      for (unsigned r = 0; r < dim; ++r) x += m.coords(r, v);
+      H[v] = 2 + 0.05 * x;
+      for (unsigned k = 0; k < M.rows(); ++k) M(k, v) = dim == 2 ? axes2[k] : axes3[k];
+    }
+    for (const kind k : {kind::gradation, kind::variation})
+      for (const int mode : {0, 1, -1})
+        for (const double bound_g : {0.3, 0.0}) {
+          dense1D<double, 8> h = copy_of(H);
+          dense2D<double> mm = copy_of(M);
+          if (bound_g > 0) {
+            EXPECT_EQ(bound(k, m, none, true, mode, bound_g, h), 0);
+            EXPECT_EQ(changed_nodes(H, h), 0u);
+          }
+          // A constant metric field meets even g = 0.
+          EXPECT_EQ(bound(k, m, none, true, mode, bound_g, mm), 0);
+          EXPECT_EQ(changed_nodes(M, mm), 0u);
+        }
+    // Nothing is free.
+    dense1D<double, 8> rough = rough_sizes(g, n), h = copy_of(rough);
+    EXPECT_EQ(bound(kind::gradation, m, none, false, 1, 0.1, h), 0);
+    dense1D<unsigned, 8> all(n);
+    std::iota(all.begin(), all.end(), 0u);
+    EXPECT_EQ(bound(kind::variation, m, all, true, -1, 0.1, h), 0);
+    EXPECT_EQ(changed_nodes(rough, h), 0u);
+  }
+}
+
+TEST(Gradation, InvalidValuesAreNeitherRepairedNorFatal) {
+  auto g = rng(76);
+  for (const mesh_case& c : meshes) {
+    const random_mesh m = random_conforming_mesh(g, c.cut, c.nx, c.ny, c.nz, 0.1);
+    const unsigned n = m.coords.cols();
+    dense1D<double, 8> H = rough_sizes(g, n);
+    const double broken[] = {0.0, -1.0, NAN, INFINITY, DBL_MAX, 1e-300};
+    for (unsigned v = 0; v < n; v += 3) H[v] = broken[g() % 6];
+    const dense2D<double> M = m.coords.rows() == 2 ? mixed_field<2>(g, n) : mixed_field<3>(g, n);
+    for (const kind k : {kind::gradation, kind::variation})
+      for (const int mode : {0, 1, -1}) {
+        dense1D<double, 8> h = copy_of(H);
+        dense2D<double> mm = copy_of(M);
+        EXPECT_GE(bound(k, m, ids({1, 2, 3}), true, mode, 0.25, h), 0);
+        EXPECT_GE(bound(k, m, ids({1, 2, 3}), true, mode, 0.25, mm), 0);
+        for (unsigned v = 0; v < n; ++v)
+          if (!(H[v] > 0)) EXPECT_TRUE(same_value(H, h, v)) << "node " << v;
+      }
+  }
+}
+
+TEST(Gradation, ArgumentsAreCheckedInOrder) {
+  const random_mesh m{coordinates(2, {0, 0, 1, 0, 0, 1, 1, 1}), connectivity(3, {0, 1, 2, 1, 3, 2}), ELT_TRIA3};
+  const dense1D<double, 8> H = reals({1, 1, 1, 5});
+  dense2D<double> M(3, 4, 0.0);
+  for (unsigned v = 0; v < 4; ++v) M(0, v) = M(2, v) = 1.0 / (v + 1);
+  // Each argument list, run through the four overloads.
+  struct args {
+    dense2D<double> pos;
+    dense2D<unsigned> connect;
+    element_type type;
+    dense1D<unsigned, 8> nodes;
+    double g;
+    dense1D<double, 8> H;
+    dense2D<double> M;
+  };
+  auto codes = [](const args& a) {
+    std::set<int> out;
+    for (const kind k : {kind::gradation, kind::variation}) {
+      const random_mesh mesh{a.pos, a.connect, a.type};
+      dense1D<double, 8> h = copy_of(a.H);
+      dense2D<double> mm = copy_of(a.M);
+      out.insert(bound(k, mesh, a.nodes, true, 1, a.g, h));
+      out.insert(bound(k, mesh, a.nodes, true, 1, a.g, mm));
+    }
+    return out.size() == 1 ? *out.begin() : 1000;
+  };
+  const args good{m.coords, m.connect, m.type, ids({0}), 0.1, H, M};
+  EXPECT_GT(codes(good), 0);
+  args a = good;
+  a.g = 0;
+  a.nodes = none;
+  EXPECT_GT(codes(a), 0);
+
+  // Each case is also wrong in every later argument.
+  const dense2D<double> bad_pos(4, 4, 0.0);
+  const dense2D<unsigned> bad_connect = connectivity(3, {0, 1, 4});
+  const dense1D<unsigned, 8> bad_nodes = ids({NO, 4});
+  args worst{bad_pos, bad_connect, ELT_TRIA6, bad_nodes, -1, reals({1}), dense2D<double>(6, 4, 1.0)};
+  a = worst;
+  a.connect = dense2D<unsigned>(3, 0);
+  EXPECT_EQ(codes(a), 0);
+  a = worst;
+  a.g = DBL_MAX;
+  EXPECT_EQ(codes(a), 0);
+  EXPECT_EQ(codes(worst), -1);
+  worst.pos = dense2D<double>(1, 4, 0.0);
+  EXPECT_EQ(codes(worst), -1);
+  worst.pos = strided(m.coords);
+  EXPECT_EQ(codes(worst), -2);
+  worst.connect = connectivity(6, {0, 1, 2, 3, 3, 3});
+  EXPECT_EQ(codes(worst), -3);
+  worst.type = ELT_NODE;
+  worst.connect = connectivity(1, {2});
+  EXPECT_EQ(codes(worst), -3);
+  worst.type = ELT_EDGE2;
+  worst.connect = connectivity(2, {0, 3});
+  EXPECT_EQ(codes(worst), -4);
+  worst.nodes = ids({NO, 3});
+  EXPECT_EQ(codes(worst), -7);
+  worst.g = NAN;
+  EXPECT_EQ(codes(worst), -7);
+  worst.g = 0.5;
+  EXPECT_EQ(codes(worst), -8);  // H too short, M of 6 rows with 2-D coordinates
+  worst.H = H;
+  worst.M = M.sub_matrix(0, 0, 3, 3);
+  dense1D<double, 8> h = copy_of(H);
+  EXPECT_EQ(bound_metric_variations(worst.pos, worst.connect, worst.type, worst.nodes, true, 1, 0.5, worst.M), -8);
+  EXPECT_GE(bound_metric_variations(worst.pos, worst.connect, worst.type, worst.nodes, true, 1, 0.5, h), 0);
+  worst.M = M;
+  EXPECT_GE(codes(worst), 0);
+}
+
+TEST(Gradation, OutOfMemoryKeepsTheCorrectionsMade) {
+  auto g = rng(77);
+  const random_mesh m = random_conforming_mesh(g, cell_cut::mixed_solids, 4, 4, 3, 0.1);
+  const unsigned n = m.coords.cols();
+  const dense1D<unsigned, 8> frozen = ids({1, 5, 9, 40});
+  auto check = [&](const auto& F0, int mode) {
+    auto reference = copy_of(F0);
+    const int expected = bound(kind::gradation, m, frozen, true, mode, 0.2, reference);
+    auto F = copy_of(F0);
+    unsigned failures = 0;
+    for_each_allocation_failure([&] { return bound(kind::gradation, m, frozen, true, mode, 0.2, F); },
+                                [&] {
+                                  ++failures;
+                                  for (unsigned v : {1u, 5u, 9u, 40u}) ASSERT_TRUE(same_value(F0, F, v));
+                                  F = copy_of(F0);
+                                });
+    EXPECT_GT(failures, 3u);
+    EXPECT_EQ(changed_nodes(reference, F), 0u) << expected;
+  };
+  check(rough_sizes(g, n), 1);
+  check(rough_metrics(g, 3, n), -1);
+}
+
+// The modification counter restarting from 1, and the queue's stale
+// entries swept out, leave the run as it was.
+TEST(GradationEngine, RenumberedStampsChangeNothing) {
+  auto g = rng(78);
+  const random_mesh m = random_conforming_mesh(g, cell_cut::tetrahedra, 6, 6, 5, 0.1);
+  dense1D<unsigned, 8> offsets, adjacent;
+  ASSERT_EQ(detail::build_node_graph(m.connect, m.type, offsets, adjacent), 0);
+  const dense1D<double, 8> H0 = rough_sizes(g, m.coords.cols());
+  const dense1D<unsigned, 8> frozen = ids({3, 30, 300});
+  auto run = [&](unsigned limit, int mode, detail::propagation_stats& stats) {
+    dense1D<double, 8> H = copy_of(H0);
+    detail::size_field<3> field(m.coords.data(), m.coords.ld(), H.data());
+    detail::propagation<detail::size_field<3>, detail::variation> engine(field, offsets, adjacent, 0.3, limit);
+    EXPECT_EQ(engine.prepare(frozen, true, static_cast<unsigned char>(mode)), 0);
+    const int r = engine.run();
+    stats = engine.stats();
+    return std::make_pair(r, H);
+  };
+  for (const int mode : {0, 1, -1}) {
+    detail::propagation_stats whole, cut;
+    const auto [r, H] = run(detail::FROZEN - 1, mode, whole);
+    ASSERT_GT(whole.changes, 40u);
+    EXPECT_GT(whole.swept, 0u);
+    for (const unsigned limit : {2u, 7u, 40u}) {
+      const auto [r2, H2] = run(limit, mode, cut);
+      EXPECT_EQ(r2, r);
+      EXPECT_EQ(changed_nodes(H, H2), 0u);
+      EXPECT_EQ(cut.changes, whole.changes);
+    }
+  }
 }

@@ -25,6 +25,25 @@ class node_corrector {
 
   node_corrector(Field& field, double g) noexcept : field_(field), g_(g), step_(Measure::step(g)) {}
 
+  // What correcting node i against j would do: the parameter t and the
+  // direction, or t = 0 when nothing would happen (steps 1 and 2 below).
+  // It depends only on the values of i and j and on i's mode, so a queue
+  // entry that would come to nothing need not be made.
+  struct plan {
+    double t;
+    unsigned char mode;
+  };
+  plan plan_for(unsigned i, unsigned j, unsigned char mode) const noexcept {
+    double hi, hj, d;
+    field_.sizes_along(i, j, hi, hj, d);
+    const unsigned char direction = hj <= hi ? SHRINK : GROW;
+    const double t = Measure::parameter(hi, hj, d, step_);
+    if (!(t > 1e-12)) return {0.0, mode};
+    const unsigned char m = mode == UNDECIDED ? direction : mode;
+    if (m != direction || !(t > SMALLEST_STEP)) return {0.0, mode};
+    return {t, m};
+  }
+
   // Corrects node i against its neighbour j.  `frozen` lists the n frozen
   // neighbours of i.  `mode` is i's direction mode; an undecided mode takes
   // the direction of the correction, and is written back only when i
@@ -39,23 +58,18 @@ class node_corrector {
   //  4. The new value is the interpolation at t, filtered by the mode; it
   //     replaces i's only when it is a change (Field::changed).
   bool correct(unsigned i, unsigned j, unsigned char& mode, const unsigned* frozen, unsigned n) noexcept {
-    double hi, hj, d;
-    field_.sizes_along(i, j, hi, hj, d);
-    const unsigned char direction = hj <= hi ? SHRINK : GROW;
-    const double t = Measure::parameter(hi, hj, d, step_);
-    if (!(t > 1e-12)) return false;
-    const unsigned char m = mode == UNDECIDED ? direction : mode;
-    if (m != direction || !(t > SMALLEST_STEP)) return false;
+    const plan p = plan_for(i, j, mode);
+    if (p.t == 0) return false;
     typename Field::interpolation path(field_, i, j);
-    double s = t;
+    double s = p.t;
     if (n > 0) {
-      s = search(path, m, field_.point(i), t, frozen, n);
+      s = search(path, p.mode, field_.point(i), p.t, frozen, n);
       if (!(s > SMALLEST_STEP)) return false;
     }
     value v;
-    if (!path.at(s, m, v) || !Field::changed(path.start(), v)) return false;
+    if (!path.at(s, p.mode, v) || !Field::changed(path.start(), v)) return false;
     field_.store(i, v);
-    mode = m;
+    mode = p.mode;
     return true;
   }
 

@@ -28,7 +28,7 @@ constexpr unsigned FROZEN = 0xFFFFFFFFu;
 
 // What one run did, for the benchmarks.
 struct propagation_stats {
-  std::uint64_t pushes = 0, pops = 0, stale = 0, changes = 0, sweeps = 0, swept = 0;
+  std::uint64_t first = 0, pushes = 0, pops = 0, stale = 0, changes = 0, sweeps = 0, swept = 0;
   unsigned largest_queue = 0;
 };
 
@@ -68,19 +68,18 @@ class propagation {
   // the queue cannot grow (the changes made so far stay).
   int run() noexcept {
     unsigned* mark = marks_.data();
-    // Each edge between free nodes once, from its smaller node; an edge to
-    // a frozen node from its free node.
-    for (unsigned i = 0; i < n_; ++i) {
-      if (mark[i] == FROZEN) continue;
-      const auto vi = field_.at(i);
-      const double* pi = field_.point(i);
-      for (unsigned k = off_[i]; k < off_[i + 1]; ++k) {
-        const unsigned j = adj_[k];
-        if (j < i && mark[j] != FROZEN) continue;
-        const double m = Field::template measure<Measure>(vi, pi, field_.at(j), field_.point(j));
-        if (m > g_ && !push_edge(m, 0, i, j)) return OUT_OF_MEMORY;
-      }
-    }
+    // The queue is sized for the first scan at once (a count first), so
+    // that it does not hold two arrays while it grows through it.
+    std::uint64_t first = 0;
+    for_each_first_edge([&](double, unsigned i, unsigned j) {
+      first += worth_queueing(i, j) + (mark[j] != FROZEN && worth_queueing(j, i));
+      return true;
+    });
+    stats_.first = first;
+    const std::uint64_t room = first + first / 4;  // and some for the changes
+    if (room > 0xFFFFFFF0u || !queue_.grow(unsigned(room)) ||
+        !for_each_first_edge([&](double m, unsigned i, unsigned j) { return push_edge(m, 0, i, j); }))
+      return OUT_OF_MEMORY;
     unsigned changed = 0;
     while (!queue_.empty()) {
       const queue_entry e = queue_.pop();
@@ -98,6 +97,12 @@ class propagation {
       if (counter_ == limit_) renumber();
       mark[i] = ++counter_;
       ++stats_.changes;
+      // The neighbours lie anywhere in memory: their data is asked for
+      // first, all at once, and measured after.
+      for (unsigned k = off_[i]; k < off_[i + 1]; ++k) {
+        field_.prefetch(adj_[k]);
+        __builtin_prefetch(mark + adj_[k]);
+      }
       const auto vi = field_.at(i);
       const double* pi = field_.point(i);
       for (unsigned k = off_[i]; k < off_[i + 1]; ++k) {
@@ -119,11 +124,41 @@ class propagation {
     return mark[e.node] > e.stamp || (mark[e.neighbor] != FROZEN && mark[e.neighbor] > e.stamp);
   }
 
+  // Calls f(measure, i, j), until it returns false, for every edge above
+  // the bound: each edge between free nodes once, from its smaller node i;
+  // an edge to a frozen node from its free node i.  False when f did.
+  template <class F>
+  bool for_each_first_edge(F&& f) noexcept {
+    const unsigned* mark = marks_.data();
+    for (unsigned i = 0; i < n_; ++i) {
+      if (mark[i] == FROZEN) continue;
+      const auto vi = field_.at(i);
+      const double* pi = field_.point(i);
+      for (unsigned k = off_[i]; k < off_[i + 1]; ++k) {
+        const unsigned j = adj_[k];
+        if (j < i && mark[j] != FROZEN) continue;
+        const double m = Field::template measure<Measure>(vi, pi, field_.at(j), field_.point(j));
+        if (m > g_ && !f(m, i, j)) return false;
+      }
+    }
+    return true;
+  }
+
+  // Whether correcting i against j would do anything.  While an entry is
+  // current (neither node changed since it was made) the values and the
+  // mode its correction reads are those it was made with, so an entry that
+  // would come to nothing is not made: leaving it out changes nothing but
+  // the queue's length.
+  bool worth_queueing(unsigned i, unsigned j) const noexcept {
+    return corrector_.plan_for(i, j, modes_[i]).t != 0;
+  }
+
   // Queues the correction of i against j and, when j is free, of j
-  // against i.
+  // against i (those worth queueing).
   bool push_edge(double measure, unsigned stamp, unsigned i, unsigned j) noexcept {
     const float key = queue_key(measure);
-    return push({key, stamp, i, j}) && (marks_[j] == FROZEN || push({key, stamp, j, i}));
+    return (!worth_queueing(i, j) || push({key, stamp, i, j})) &&
+           (marks_[j] == FROZEN || !worth_queueing(j, i) || push({key, stamp, j, i}));
   }
 
   bool push(const queue_entry& e) noexcept {
@@ -134,8 +169,8 @@ class propagation {
   }
 
   // Before the array grows, the stale entries are swept out; it grows (by
-  // half) only when that frees less than a quarter of it.  False when it
-  // is still full.
+  // a quarter) only when that frees less than a quarter of it.  False when
+  // it is still full.
   bool make_room() noexcept {
     const unsigned capacity = queue_.size();
     if (capacity >= 64) {
@@ -144,7 +179,7 @@ class propagation {
       stats_.swept += dropped;
       if (dropped >= capacity / 4) return true;
     }
-    return queue_.grow(capacity / 2 + 64) || !queue_.full();
+    return queue_.grow(capacity / 4 + 64) || !queue_.full();
   }
 
   unsigned gather_frozen(unsigned i) noexcept {

@@ -52,6 +52,7 @@ class node_points {
  public:
   node_points(const double* p, std::size_t ld) noexcept : p_(p), ld_(ld) {}
   const double* point(unsigned v) const noexcept { return p_ + std::size_t(v) * ld_; }
+  void prefetch_point(unsigned v) const noexcept { __builtin_prefetch(point(v)); }
 
  private:
   const double* p_;
@@ -68,6 +69,11 @@ class size_field : public node_points<D> {
   size_field(const double* p, std::size_t ld, T* h) noexcept : node_points<D>(p, ld), h_(h) {}
 
   ref at(unsigned v) const noexcept { return h_[v]; }
+  // Asks for the memory of node v's size and coordinates ahead of use.
+  void prefetch(unsigned v) const noexcept {
+    __builtin_prefetch(h_ + v);
+    this->prefetch_point(v);
+  }
   static ref ref_of(const value& x) noexcept { return x; }
   void store(unsigned v, const value& x) noexcept { h_[v] = x; }
 
@@ -139,6 +145,10 @@ class metric_field : public node_points<D> {
       : node_points<D>(p, ld), m_(m), m_ld_(m_ld) {}
 
   ref at(unsigned v) const noexcept { return m_ + std::size_t(v) * m_ld_; }
+  void prefetch(unsigned v) const noexcept {
+    __builtin_prefetch(at(v));
+    this->prefetch_point(v);
+  }
   static ref ref_of(const value& x) noexcept { return x.m; }
   void store(unsigned v, const value& x) noexcept {
     double* c = m_ + std::size_t(v) * m_ld_;

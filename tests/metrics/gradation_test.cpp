@@ -310,7 +310,9 @@ TEST(Gradation, FrozenNodesStayAndTheirEdgesDoNotGetWorse) {
             after[v] = std::max(after[v], excess(k, bound_g, m, F, a, b));
           }
           for (unsigned v = 0; v < n; ++v)
-            if (before[v] <= 1 - 1e-6) ASSERT_LE(after[v], 1 + 1e-6) << "node " << v;
+            if (before[v] <= 1 - 1e-6) {
+              ASSERT_LE(after[v], 1 + 1e-6) << "node " << v;
+            }
         };
         check(rough_sizes(g, n));
         check(rough_metrics(g, m.coords.rows(), n));
@@ -399,7 +401,9 @@ TEST(Gradation, InvalidValuesAreNeitherRepairedNorFatal) {
         EXPECT_GE(bound(k, m, ids({1, 2, 3}), true, mode, 0.25, h), 0);
         EXPECT_GE(bound(k, m, ids({1, 2, 3}), true, mode, 0.25, mm), 0);
         for (unsigned v = 0; v < n; ++v)
-          if (!(H[v] > 0)) EXPECT_TRUE(same_value(H, h, v)) << "node " << v;
+          if (!(H[v] > 0)) {
+            EXPECT_TRUE(same_value(H, h, v)) << "node " << v;
+          }
       }
   }
 }
@@ -506,9 +510,14 @@ TEST(GradationEngine, RenumberedStampsChangeNothing) {
   const random_mesh m = random_conforming_mesh(g, cell_cut::tetrahedra, 6, 6, 5, 0.1);
   dense1D<unsigned, 8> offsets, adjacent;
   ASSERT_EQ(detail::build_node_graph(m.connect, m.type, offsets, adjacent), 0);
-  const dense1D<double, 8> H0 = rough_sizes(g, m.coords.cols());
+  // Rough sizes, and (to make the queue grow past its first size, and be
+  // swept) a smooth field with three point sources.
+  const dense1D<double, 8> rough = rough_sizes(g, m.coords.cols());
+  dense1D<double, 8> source_field(m.coords.cols(), 2.0);
+  for (const unsigned v : {10u, 100u, 200u}) source_field[v] = 1e-3;
+  const dense1D<double, 8>& sources = source_field;
   const dense1D<unsigned, 8> frozen = ids({3, 30, 300});
-  auto run = [&](unsigned limit, int mode, detail::propagation_stats& stats) {
+  auto run = [&](const dense1D<double, 8>& H0, unsigned limit, int mode, detail::propagation_stats& stats) {
     dense1D<double, 8> H = copy_of(H0);
     detail::size_field<3> field(m.coords.data(), m.coords.ld(), H.data());
     detail::propagation<detail::size_field<3>, detail::variation> engine(field, offsets, adjacent, 0.3, limit);
@@ -517,16 +526,19 @@ TEST(GradationEngine, RenumberedStampsChangeNothing) {
     stats = engine.stats();
     return std::make_pair(r, H);
   };
-  for (const int mode : {0, 1, -1}) {
-    detail::propagation_stats whole, cut;
-    const auto [r, H] = run(detail::FROZEN - 1, mode, whole);
-    ASSERT_GT(whole.changes, 40u);
-    EXPECT_GT(whole.swept, 0u);
-    for (const unsigned limit : {2u, 7u, 40u}) {
-      const auto [r2, H2] = run(limit, mode, cut);
-      EXPECT_EQ(r2, r);
-      EXPECT_EQ(changed_nodes(H, H2), 0u);
-      EXPECT_EQ(cut.changes, whole.changes);
+  std::uint64_t swept = 0;
+  for (const dense1D<double, 8>* H0 : {&rough, &sources})
+    for (const int mode : {0, 1, -1}) {
+      detail::propagation_stats whole, cut;
+      const auto [r, H] = run(*H0, detail::FROZEN - 1, mode, whole);
+      swept += whole.swept;
+      EXPECT_GT(whole.changes, H0 == &rough ? 40u : 0u);
+      for (const unsigned limit : {2u, 7u, 40u}) {
+        const auto [r2, H2] = run(*H0, limit, mode, cut);
+        EXPECT_EQ(r2, r);
+        EXPECT_EQ(changed_nodes(H, H2), 0u);
+        EXPECT_EQ(cut.changes, whole.changes);
+      }
     }
-  }
+  EXPECT_GT(swept, 0u);
 }

@@ -6,6 +6,7 @@
 #include "core/aliasing.hpp"
 #include "core/element_model.hpp"
 #include "metrics/gradation_control.hpp"
+#include "topology/boundary_tables.hpp"
 #include "topology/incidence.hpp"
 
 namespace zeb {
@@ -14,23 +15,6 @@ namespace plexa {
 namespace detail {
 
 namespace {
-
-// The types whose node graph the topology service builds (after narrowing
-// by row count).
-bool has_graph_rule(element_type narrowed) noexcept {
-  switch (narrowed) {
-    case ELT_EDGE2:
-    case ELT_TRIA3:
-    case ELT_QUAD4:
-    case ELT_FACE_MIX:
-    case ELT_TETRA4:
-    case ELT_PYRA5:
-    case ELT_WEDGE6:
-    case ELT_HEXA8:
-    case ELT_SOLID_MIX: return true;
-    default: return false;
-  }
-}
 
 // One worker: a field view of dimension D and a measure.
 template <class Measure, unsigned D, class Values>
@@ -54,7 +38,7 @@ int bound_changes(const dense2D<double>& pos_arg, const dense2D<unsigned>& conne
   if (dim != 2 && dim != 3) return bad_argument(1);
   if (!check_IDs(connect, type, count)) return bad_argument(2);
   const element_type narrowed = narrow_type(type, connect.rows());
-  if (!has_graph_rule(narrowed)) return bad_argument(3);
+  if (!has_edge_tables(narrowed)) return bad_argument(3);
   if (!check_IDs(nodes, count)) return bad_argument(4);
   if (!(g >= 0)) return bad_argument(7);
   if (!covers(values, dim, max_ID(connect))) return bad_argument(8);

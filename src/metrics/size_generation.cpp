@@ -19,22 +19,6 @@ namespace {
 
 using detail::LARGEST;
 
-// The types with vertex edges read here (after narrowing by row count).
-bool has_edge_rule(element_type narrowed) noexcept {
-  switch (narrowed) {
-    case ELT_EDGE2:
-    case ELT_TRIA3:
-    case ELT_QUAD4:
-    case ELT_FACE_MIX:
-    case ELT_TETRA4:
-    case ELT_PYRA5:
-    case ELT_WEDGE6:
-    case ELT_HEXA8:
-    case ELT_SOLID_MIX: return true;
-    default: return false;
-  }
-}
-
 // How the lengths at a node combine: the first contribution resets the
 // node's entry to `start`, then each length l is folded in.
 struct shortest {
@@ -107,7 +91,7 @@ int metrics_gen_iso(const dense2D<double>& pos_arg, const dense2D<unsigned int>&
   if (detail::dimension(narrowed) > pos_arg.rows()) return detail::bad_argument(1);
   if (!check_IDs(connect, type, nodes)) return detail::bad_argument(2);
   if (p < 0) return detail::bad_argument(5);
-  if (!has_edge_rule(narrowed)) return detail::bad_argument(3);
+  if (!detail::has_edge_tables(narrowed)) return detail::bad_argument(3);
   // H grows and is written in place: coordinates in its storage are read
   // from a copy made first.
   dense2D<double> pos;

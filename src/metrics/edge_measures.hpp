@@ -7,49 +7,71 @@
 
 #include <cmath>
 
+#include "metrics/edge_length.hpp"
 #include "metrics/tensor.hpp"
 
 namespace zeb {
 namespace plexa {
 namespace detail {
 
-// The guards both measures share, on L, the edge's length in the field: an
-// edge of (nearly) zero length measures 0 when its end metrics are equal
-// and the largest double otherwise; an edge of unbounded length measures 0.
-// Otherwise the measure is body().
-template <class Body>
-inline double guarded_measure(double L, bool equal_ends, Body body) noexcept {
-  if (L < 1e-12) return equal_ends ? 0.0 : LARGEST;
+// An edge as the measures see it: its ends a and b, either its sizes along
+// it or its lengths in the two end metrics, and `scale`, such that its
+// length in the field is L = scale / H(a, b) (H the mean size of
+// metrics/edge_length.hpp; L = 0 when H is not positive): scale is the
+// Euclidean length d for sizes, li lj for lengths in metrics.  Either way
+// the size changes along the edge by (max - min)/scale per unit of length
+// (for lengths, |li - lj|/(li lj) = |hi - hj|/d).
+//
+// The guards both measures share: an edge with L below 1e-12 measures 0
+// when its end values are equal (equal_ends(), asked only then), the
+// largest double otherwise; one with L at or above the largest double
+// measures 0.  Otherwise Measure::of(m, M, scale, L) gives the measure, m
+// and M the smaller and larger end.  L is passed as NaN where it was not
+// computed: where H takes its logarithmic form (the ends differ by 10% or
+// more) and its bounds m <= H <= M keep L clear of both guards, since the
+// measures need only (M - m)/scale there.
+template <class Measure, class Equal>
+inline double edge_measure(double a, double b, double scale, Equal&& equal_ends) noexcept {
+  const double m = a < b ? a : b, M = a < b ? b : a;
+  if (m > 0 && M < LARGEST && (M - m) / m >= 0.1 && scale > 2e-12 * M && scale < 0.25 * LARGEST * m)
+    return Measure::of(m, M, scale, NAN);
+  const double h = mean_size(a, b);
+  const double L = h > 0 ? scale / h : 0.0;
+  if (L < 1e-12) return equal_ends() ? 0.0 : LARGEST;
   if (L >= LARGEST) return 0.0;
-  return body();
+  return Measure::of(m, M, scale, L);
 }
 
-// Both measures take the ends either as sizes along the edge (hi, hj, with
-// d its Euclidean length) or as the edge's lengths in the two end metrics
-// (li = d/hi, lj = d/hj); L is the edge's length in the field.  `step` and
-// `parameter` serve the correction of one end against the other under the
-// bound g.
+// Both measures also give, for the correction of one end against the other
+// under the bound g, the change the bound allows per unit of Euclidean
+// length (`step`), and the parameter t from i (t = 0) to j (t = 1) at which
+// hi + t (hj - hi) lies `step` d from hj, 0 when i is already that close.
 
-// exp(ln(r)/L) - 1, r the ratio of the larger end size to the smaller: the
-// growth factor of the size per unit of metric length, minus one.  The
-// largest double once ln(r)/L reaches 700.
-struct gradation {
-  static double of_ratio(double a, double b, double L) noexcept {
-    const double r = a < b ? b / a : a / b;
-    const double x = std::log(r) / L;
-    return x >= 700 ? LARGEST : std::expm1(x);
+// ln(r)/L, r = M/m: the gradation's exponent.  Where H takes its
+// logarithmic form, ln(r)/L = (M - m)/scale exactly (H = (M - m)/ln(r)),
+// which is how it is computed when L was not.  The guards' values, 0 and
+// the largest double, stand for themselves.
+struct gradation_exponent {
+  static double of(double m, double M, double scale, double L) noexcept {
+    return L == L ? std::log(M / m) / L : (M - m) / scale;
   }
-  static double of_sizes(double hi, double hj, double, double L) noexcept { return of_ratio(hi, hj, L); }
-  static double of_lengths(double li, double lj, double L) noexcept { return of_ratio(li, lj, L); }
+};
 
-  // Along an edge of length d, a size may change by ln(1 + g) d: with the
-  // size varying linearly, the edge's length in sizes is d/H and
-  // ln(r)/(d/H) = |hj - hi|/d, so that change is where the measure meets g.
+// exp(ln(r)/L) - 1: the growth factor of the size per unit of length in
+// the field, minus one; the largest double once ln(r)/L reaches 700.
+// Increasing in the exponent, so the largest gradation of several edges is
+// that of their largest exponent.
+struct gradation {
+  static double of_exponent(double x) noexcept { return x >= 700 ? LARGEST : std::expm1(x); }
+  static double of(double m, double M, double scale, double L) noexcept {
+    return of_exponent(gradation_exponent::of(m, M, scale, L));
+  }
+
+  // Along an edge of length d a size may change by ln(1 + g) d: with the
+  // size varying linearly, ln(r)/L = |hj - hi|/d, so that is where the
+  // measure meets g.
   static double step(double g) noexcept { return std::log1p(g); }
 
-  // The parameter t from i (t = 0) to j (t = 1) at which hi + t (hj - hi)
-  // lies ln(1 + g) d from hj (argument `step`); 0 when the sizes are equal
-  // or i is already that close.
   static double parameter(double hi, double hj, double d, double step) noexcept {
     const double gap = std::fabs(hj - hi);
     if (!(gap > 0)) return 0.0;
@@ -58,10 +80,9 @@ struct gradation {
   }
 };
 
-// |hi - hj|/d, written |li - lj|/(li lj) for lengths in metrics.
+// (M - m)/scale: |hi - hj|/d for sizes, |li - lj|/(li lj) for lengths.
 struct variation {
-  static double of_sizes(double hi, double hj, double d, double) noexcept { return std::fabs(hi - hj) / d; }
-  static double of_lengths(double li, double lj, double) noexcept { return std::fabs(li - lj) / (li * lj); }
+  static double of(double m, double M, double scale, double) noexcept { return (M - m) / scale; }
 
   static double step(double g) noexcept { return g; }
 

@@ -76,6 +76,7 @@ class propagation {
       return true;
     });
     stats_.first = first;
+    if (first == 0) return 0;
     const std::uint64_t room = first + first / 4;  // and some for the changes
     if (room > 0xFFFFFFF0u || !queue_.grow(unsigned(room)) ||
         !for_each_first_edge([&](double m, unsigned i, unsigned j) { return push_edge(m, 0, i, j); }))

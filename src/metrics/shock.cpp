@@ -13,18 +13,27 @@ namespace plexa {
 
 namespace {
 
+// The largest exponent of the gradation at each node first (the
+// gradation grows with it), turned into a gradation once per node.
 template <unsigned D, class Values>
 void accumulate(const dense2D<double>& pos, const dense2D<unsigned>& edges, const Values& values,
-                dense1D<double, 8>& S) noexcept {
+                dense1D<double, 8>& largest, dense1D<double, 8>& S) noexcept {
   const auto field = detail::view_of<D>(pos, values);
-  double* s = S.data();
+  using Field = decltype(field);
+  double* top = largest.data();
   detail::for_each_column(edges, [&](const unsigned* e, unsigned) {
     const unsigned i = e[0], j = e[1];
-    const double m = decltype(field)::template measure<detail::gradation>(field.at(i), field.point(i), field.at(j),
-                                                                          field.point(j));
-    if (m > s[i]) s[i] = m;  // NaN neither enters nor leaves
-    if (m > s[j]) s[j] = m;
+    const double x =
+        Field::template measure<detail::gradation_exponent>(field.at(i), field.point(i), field.at(j), field.point(j));
+    if (x > top[i]) top[i] = x;  // NaN neither enters nor leaves
+    if (x > top[j]) top[j] = x;
   });
+  double* s = S.data();
+  for (unsigned v = 0, n = largest.size(); v < n; ++v) {
+    if (!(top[v] >= 0)) continue;
+    const double m = detail::gradation::of_exponent(top[v]);
+    if (m > s[v]) s[v] = m;
+  }
 }
 
 template <class Values>
@@ -39,12 +48,14 @@ int shock(const dense2D<double>& pos_arg, const dense2D<unsigned>& edges, const 
   // copies made first.
   dense2D<double> pos;
   Values values;
-  if (!detail::detach(pos_arg, S, pos) || !detail::detach(values_arg, S, values)) return detail::OUT_OF_MEMORY;
+  dense1D<double, 8> largest;
+  if (!detail::detach(pos_arg, S, pos) || !detail::detach(values_arg, S, values) || !largest.resize(count, -1.0))
+    return detail::OUT_OF_MEMORY;
   if (S.size() < count && !S.resize(count, 0.0)) return detail::OUT_OF_MEMORY;
   if (dim == 2)
-    accumulate<2>(pos, edges, values, S);
+    accumulate<2>(pos, edges, values, largest, S);
   else
-    accumulate<3>(pos, edges, values, S);
+    accumulate<3>(pos, edges, values, largest, S);
   return 0;
 }
 

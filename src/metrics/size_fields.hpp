@@ -80,9 +80,7 @@ class size_field : public node_points<D> {
   // The measure of an edge between sizes hi at pi and hj at pj.
   template <class Measure>
   static double measure(ref hi, const double* pi, ref hj, const double* pj) noexcept {
-    const double d = euclidean_distance<D>(pi, pj);
-    const double L = length_in_sizes(d, hi, hj);
-    return guarded_measure(L, hi == hj, [&] { return Measure::of_sizes(hi, hj, d, L); });
+    return edge_measure<Measure>(hi, hj, euclidean_distance<D>(pi, pj), [&] { return hi == hj; });
   }
 
   // The sizes of i and j along their edge, and its length d.
@@ -156,13 +154,14 @@ class metric_field : public node_points<D> {
   }
 
   // The measure of an edge between the metrics mi at pi and mj at pj, from
-  // its lengths in both and in the field.
+  // its lengths in both (its length in the field is 0 when a form is not
+  // positive).
   template <class Measure>
   static double measure(ref mi, const double* pi, ref mj, const double* pj) noexcept {
     double e[D], li, lj;
     for (unsigned k = 0; k < D; ++k) e[k] = pj[k] - pi[k];
-    const double L = metric_edge_length<D>(mi, mj, e, li, lj);
-    return guarded_measure(L, equal(mi, mj), [&] { return Measure::of_lengths(li, lj, L); });
+    if (!metric_lengths<D>(mi, mj, e, li, lj)) return equal(mi, mj) ? 0.0 : LARGEST;  // L = 0
+    return edge_measure<Measure>(li, lj, li * lj, [&] { return equal(mi, mj); });
   }
 
   // The sizes of the metrics of i and j along the unit vector u of their

@@ -20,27 +20,30 @@ namespace {
 using detail::LARGEST;
 
 // How the lengths at a node combine: the first contribution resets the
-// node's entry to `start`, then each length l is folded in.
+// node's entry to `start`, then each edge's term, from its squared length
+// s, is folded in.
 struct shortest {
   static constexpr double start = LARGEST;
-  double term(double l) const noexcept { return l; }
+  double term(double s) const noexcept { return std::sqrt(s); }
   static void fold(double& h, double x) noexcept { h = x < h ? x : h; }
 };
 struct longest {
   static constexpr double start = 0.0;
-  double term(double l) const noexcept { return l; }
+  double term(double s) const noexcept { return std::sqrt(s); }
   static void fold(double& h, double x) noexcept { h = x > h ? x : h; }
 };
 struct sum {
   static constexpr double start = 0.0;
-  double term(double l) const noexcept { return l; }
+  double term(double s) const noexcept { return std::sqrt(s); }
   static void fold(double& h, double x) noexcept { h += x; }
 };
-struct power_sum {
+// l^2 is the squared length itself.
+struct sum_of_squares : sum {
+  double term(double s) const noexcept { return s; }
+};
+struct power_sum : sum {
   double p;
-  static constexpr double start = 0.0;
-  double term(double l) const noexcept { return std::pow(l, p); }
-  static void fold(double& h, double x) noexcept { h += x; }
+  double term(double s) const noexcept { return std::pow(std::sqrt(s), p); }
 };
 
 // Every edge of every element, once per element; a length that is not
@@ -58,9 +61,8 @@ void gather(const dense2D<double>& pos, const dense2D<unsigned>& connect, elemen
       const double *pa = p + a * ld, *pb = p + b * ld;
       double s = 0;
       for (unsigned r = 0; r < rows; ++r) s += (pb[r] - pa[r]) * (pb[r] - pa[r]);
-      const double l = std::sqrt(s);
-      if (!std::isfinite(l)) continue;
-      const double x = rule.term(l);
+      if (!std::isfinite(s)) continue;  // the length is not finite
+      const double x = rule.term(s);
       if (count[a]++ == 0) h[a] = Rule::start;
       Rule::fold(h[a], x);
       if (count[b]++ == 0) h[b] = Rule::start;
@@ -106,12 +108,15 @@ int metrics_gen_iso(const dense2D<double>& pos_arg, const dense2D<unsigned int>&
     gather_by_rows(pos, connect, narrowed, longest{}, h, c);
   else if (p == 1)
     gather_by_rows(pos, connect, narrowed, sum{}, h, c);
+  else if (p == 2)
+    gather_by_rows(pos, connect, narrowed, sum_of_squares{}, h, c);
   else
-    gather_by_rows(pos, connect, narrowed, power_sum{p}, h, c);
+    gather_by_rows(pos, connect, narrowed, power_sum{{}, p}, h, c);
   if (p > 0 && p < LARGEST) {
     for (unsigned v = 0; v < nodes; ++v) {
       if (c[v] == 0) continue;
-      h[v] = p == 1 ? h[v] / c[v] : std::pow(h[v] / c[v], 1 / p);
+      const double mean = h[v] / c[v];
+      h[v] = p == 1 ? mean : p == 2 ? std::sqrt(mean) : std::pow(mean, 1 / p);
     }
   }
   return 0;

@@ -542,3 +542,36 @@ TEST(GradationEngine, RenumberedStampsChangeNothing) {
     }
   EXPECT_GT(swept, 0u);
 }
+
+// Where the mean size takes its logarithmic form, the measures skip the
+// logarithms: against the definition, with L = scale / H(a, b), on ends
+// and scales that put L near both guards.
+TEST(GradationMeasure, ShortFormAgreesWithTheDefinition) {
+  auto g = rng(79);
+  std::uniform_real_distribution<double> u(-1, 1);
+  auto defined = [](kind k, double a, double b, double scale) {
+    const double h = detail::mean_size(a, b), L = h > 0 ? scale / h : 0;
+    if (L < 1e-12) return a == b ? 0.0 : DBL_MAX;
+    if (L >= DBL_MAX) return 0.0;
+    if (k == kind::variation) return std::fabs(a - b) / scale;
+    const double x = std::log(std::max(a, b) / std::min(a, b)) / L;
+    return x >= 700 ? DBL_MAX : std::expm1(x);
+  };
+  for (int n = 0; n < 200000; ++n) {
+    const double a = std::pow(10.0, 3 * u(g)), b = n % 7 == 0 ? a : a * std::pow(10.0, u(g));
+    double scale = std::pow(10.0, 2 * u(g)) * a;
+    if (n % 5 == 1) scale = std::min(a, b) * 1e-12 * (1 + u(g));        // L near 1e-12
+    if (n % 5 == 2) scale = std::max(a, b) * 1e-12 * (1 + u(g));
+    if (n % 11 == 3) scale = DBL_MAX * std::min(a, b) * (0.5 + u(g) / 2);  // L near the largest double
+    for (const kind k : {kind::gradation, kind::variation}) {
+      const double want = defined(k, a, b, scale);
+      auto equal = [&] { return a == b; };
+      const double got = k == kind::gradation ? detail::edge_measure<detail::gradation>(a, b, scale, equal)
+                                              : detail::edge_measure<detail::variation>(a, b, scale, equal);
+      if (want == 0 || want == DBL_MAX || k == kind::variation)
+        ASSERT_EQ(got, want) << a << " " << b << " " << scale;
+      else
+        ASSERT_NEAR(got, want, 1e-13 * (1 + want) * std::max(1.0, std::log1p(want))) << a << " " << b << " " << scale;
+    }
+  }
+}

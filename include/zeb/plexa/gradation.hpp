@@ -84,7 +84,8 @@ namespace plexa {
 //     a further relative 2e-7 where the sizes differ by less than 10%) and
 //     |hi - hj| <= g d / 0.999 (variation).  For metrics the same holds for
 //     the sizes along each edge, save for edges whose correction cannot be
-//     made (the reduction fails, the mode filter reports false).  In every
+//     made (the reduction fails, the mode filter reports false, or the new
+//     metric changes no diagonal coefficient by the threshold).  In every
 //     mode, an edge shorter than 1e-12 in the field between values that
 //     differ by no more than the change threshold stays at the largest
 //     double.
@@ -119,8 +120,14 @@ namespace plexa {
 //            coordinates, 6 with 3-D, or sizes; one column (entry) for
 //            every node up to the largest index of connect.
 // Invalid sizes or metrics are not repaired (see overwrite_invalid_metrics):
-// a node whose size is not positive, or whose metric cannot be reduced with
-// its neighbour's, is not corrected.
+// a node whose size is not positive (NaN included), or whose metric cannot
+// be reduced with its neighbour's, is not corrected; an infinite size
+// comes down to its neighbour's where the mode lets it shrink.
+// Working memory: the node graph (4 bytes per edge end, built through the
+// node-to-element lists of the connectivity), 5 bytes per node, and 16
+// bytes per queued correction (one per edge above the bound in modes 1 and
+// -1, up to two in mode 0; corrections that would change nothing are not
+// queued, stale ones are swept out before the queue grows).
 // Returns the number of distinct nodes whose value changed (>= 0); or, in
 // the order tested:
 //    0  connect is empty, or g is the largest double (nothing is read);
@@ -133,8 +140,8 @@ namespace plexa {
 //   -8  the field has another row count, or no value for some node of
 //       connect;
 //   -199 memory could not be had.  The nodes already corrected keep their
-//       new values (each one is a complete correction): the field is within
-//       the bound no less than before, but not finished.
+//       new values (each one a whole correction), the others theirs: the
+//       propagation is not finished.
 // The field may share storage with pos: coordinates are then read from a
 // copy made first (-199, field unchanged, when it cannot be made).
 PLEXA_API int bound_metric_gradations(const dense2D<double>& pos, const dense2D<unsigned int>& connect,

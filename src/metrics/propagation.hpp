@@ -170,15 +170,18 @@ class propagation {
   }
 
   // Before the array grows, the stale entries are swept out; it grows (by
-  // a quarter) only when that frees less than a quarter of it.  False when
-  // it is still full.
+  // a quarter) only when that frees less than a sixteenth of it, since a
+  // growing array is held twice while it is copied.  A sweep follows at
+  // least a sixteenth of the array's pushes after the one before, so it
+  // costs at most 16 entries looked at per push.  False when the array is
+  // still full.
   bool make_room() noexcept {
     const unsigned capacity = queue_.size();
     if (capacity >= 64) {
       const unsigned dropped = queue_.sweep([this](const queue_entry& x) { return stale(x); }, [](queue_entry&) {});
       ++stats_.sweeps;
       stats_.swept += dropped;
-      if (dropped >= capacity / 4) return true;
+      if (dropped >= capacity / 16) return true;
     }
     return queue_.grow(capacity / 4 + 64) || !queue_.full();
   }

@@ -33,9 +33,6 @@ struct list_view {
   std::size_t end(unsigned i) const noexcept { return offsets ? offsets[i + 1] : std::size_t(i + 1) * length; }
 };
 
-inline list_view view_of(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned, 8>& items) noexcept {
-  return {offsets.data(), 0, offsets.empty() ? 0 : offsets.size() - 1, items.data(), items.size()};
-}
 inline list_view view_of(const dense1D<unsigned, 8>& items, unsigned length) noexcept {
   return {nullptr, length, length ? items.size() / length : 0, items.data(), items.size()};
 }

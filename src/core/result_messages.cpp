@@ -16,9 +16,12 @@ namespace {
 struct reason {
   const char* function;
   int code;
-  const char* argument;  // null: the parameter at position -code
+  const char* argument;  // null: the parameter at position -code; about_file: none
   const char* text;
 };
+
+// The argument of a reader's code that describes the file, not an argument.
+constexpr const char* about_file = "";
 
 constexpr const char* bad_index = "a node index is not below the node count";
 constexpr const char* bad_connectivity = "the connectivity does not fit its element type or names a missing node";
@@ -160,7 +163,35 @@ constexpr const char* unwritable = "the file cannot be opened or written";
 constexpr const char* unfit_block = "a block does not fit its element type";
 constexpr const char* block_count = "the number of blocks differs from the number of types";
 
+constexpr const char* unreadable = "the file cannot be opened or read";
+constexpr const char* truncated = "the file is truncated or malformed";
+constexpr const char* missing_vertex = "an element names a vertex that the file does not have";
+
 constexpr reason io_reasons[] = {
+    {"medit_input", -1, nullptr, unreadable},
+    {"medit_input", -2, about_file, "not a MEDIT mesh file (no MeshVersionFormatted at its start)"},
+    {"medit_input", -3, about_file, truncated},
+    {"medit_input", -4, about_file, "a keyword, version or dimension that the reader does not read"},
+    {"medit_input", -5, about_file, missing_vertex},
+    {"medit_input", -6, nullptr, "the same object as ranges"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -2, nullptr, "its row count is not 1, 2 or 3"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -3, nullptr,
+     "a block does not fit its element type or names a missing node"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -4, nullptr,
+     "the ranges decrease or go past the columns"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -5, nullptr,
+     "its size is not the number of ranges minus one"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -6, nullptr,
+     "its size differs from the number of columns"},
+    {"medit_solution_input", -1, nullptr, unreadable},
+    {"medit_solution_input", -2, about_file, "not a MEDIT solution file"},
+    {"medit_solution_input", -3, about_file, truncated},
+    {"medit_solution_input", -4, about_file,
+     "values at elements, a keyword, field kind, version or dimension that the reader does not read, or no "
+     "solution at vertices"},
+    {"medit_solution_output", -1, nullptr, unwritable},
+    {"medit_solution_output", -2, nullptr, "not 2 or 3"},
+    {"medit_solution_output", -3, nullptr, "its row count is not 1, the dimension or that of a packed tensor"},
     {"medit_output", -1, nullptr, unwritable},
     {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"medit_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
@@ -305,6 +336,10 @@ unsigned result_message(const char* signature, int code, char* text, unsigned si
     m.add("out of memory");
   } else if (code >= -99) {
     const reason* r = find_reason(signature, code);
+    if (r && r->argument == about_file) {
+      m.add(r->text);
+      return m.finish();
+    }
     const char* name = nullptr;
     std::size_t name_length = 0;
     if (r && r->argument) {

@@ -94,12 +94,10 @@ void facet_normal(const double* p0, const double* p1, const double* p2, double* 
   }
 }
 
-constexpr detail::exponent_form LOWER_E = {6, 'e'};
-
 void put_triple(text_writer& w, const double* v) {
   for (unsigned k = 0; k < 3; ++k) {
     w.put(' ');
-    w.put_exponent(v[k], LOWER_E, 0);
+    w.put_exponent(v[k], detail::LOWER_E, 0);
   }
   w.put('\n');
 }

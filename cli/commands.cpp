@@ -10,12 +10,14 @@ namespace plexa_cli {
 extern const command demo_command;
 extern const command convert_command;
 extern const command quality_command;
+extern const command info_command;
 
 namespace {
 
 const command* const table[] = {
     &demo_command,
     &convert_command,
+    &info_command,
     &quality_command,
 };
 

@@ -15,9 +15,25 @@ namespace plexa_cli {
 
 namespace {
 
+// A solution file in another layout.
+int convert_field(const invocation& call, const char* input, const char* output) {
+  const field_format* from = field_format_of(input);
+  const field_format* to = field_format_of(output);
+  field f;
+  if (const int status = read_field_input(call, input, *from, f)) return status;
+  const int code = to->write(output, f);
+  if (code == -1) return failure(call, "cannot write '%s'", output);
+  if (code != 0) return file_failure(call, "write", output, to->write_signature, code);
+  std::fprintf(call.out, "wrote %s (%s): %u nodes, %u values per node\n", output, to->name, f.values.cols(),
+               f.values.rows());
+  return EXIT_OK;
+}
+
 int convert_main(const invocation& call) {
   const char* input = nullptr;
   const char* output = nullptr;
+  const char* positional[2] = {};
+  int positionals = 0;
   transform_list transforms;
   for (int k = 0; k < call.argc; ++k) {
     const char* arg = call.argv[k];
@@ -30,16 +46,30 @@ int convert_main(const invocation& call) {
       output = call.argv[k];
     } else if (arg[0] == '-' && arg[1] != '\0') {
       return usage_error(call, "unknown option '%s'", arg);
-    } else if (input) {
+    } else if (positionals == 2 || (output && positionals == 1)) {
       return usage_error(call, "unexpected argument '%s'", arg);
     } else {
-      input = arg;
+      positional[positionals++] = arg;
     }
   }
-  if (!output) return usage_error(call, "missing --output <file>");
+  // IN OUT, or [IN] --output OUT.
+  if (output && positionals == 2) return usage_error(call, "unexpected argument '%s'", positional[1]);
+  input = positional[0];
+  if (!output && positionals == 2) output = positional[1];
+  if (!output) return usage_error(call, "missing output file");
+
+  const bool field_in = input && field_format_of(input), field_out = field_format_of(output);
+  if (field_in || field_out) {
+    if (!field_in || !field_out)
+      return usage_error(call, "cannot convert between a mesh and a solution ('%s' to '%s')",
+                         input ? input : "builtin", output);
+    if (transforms.count != 0) return usage_error(call, "transforms apply to meshes, not to solutions");
+    return convert_field(call, input, output);
+  }
   const mesh_format* format = format_of(output);
   if (!format || !format->write)
-    return usage_error(call, "unknown output format of '%s' (known: %s)", output, writable_extensions().c_str());
+    return usage_error(call, "unknown output format of '%s' (known: %s; solutions: %s)", output,
+                       writable_extensions().c_str(), field_extensions().c_str());
   mesh_input in;
   if (const int status = find_mesh_input(call, input, in)) return status;
   mesh m;
@@ -47,11 +77,8 @@ int convert_main(const invocation& call) {
   if (!apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
   const int code = format->write(output, m);
   if (code == -1) return failure(call, "cannot write '%s'", output);
-  if (code != 0) {
-    char reason[160];
-    zeb::plexa::result_message(format->write_signature, code, reason, sizeof reason);
-    return failure(call, "cannot write '%s': %s", output, reason);
-  }
+  if (code == CANNOT_HOLD) return failure(call, "cannot write '%s': %s holds %s", output, format->name, format->holds);
+  if (code != 0) return file_failure(call, "write", output, format->write_signature, code);
   std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", output, format->name, m.coords.cols(),
                m.element_count());
   return EXIT_OK;
@@ -62,21 +89,28 @@ int convert_main(const invocation& call) {
 extern const command convert_command = {
     "convert",
     "write a mesh in another file format",
-    "Usage: plexa convert [builtin] --output <file>\n"
+    "Usage: plexa convert <input> <output>\n"
+    "       plexa convert [<input> | builtin] --output <output>\n"
     "\n"
     "Reads a mesh and writes it in the format named by the extension of the\n"
-    "output file.\n"
+    "output file; or reads a solution file and writes it in the other layout.\n"
     "\n"
-    "Input: for now only the built-in mesh (the mesh of 'plexa demo'), named\n"
-    "'builtin' or left out; mesh files will be accepted here as readers are\n"
-    "added.\n"
+    "Input: a mesh file of a format read below, or the built-in mesh (the mesh\n"
+    "of 'plexa demo'), named 'builtin' or left out.\n"
     "\n"
-    "Output formats:\n"
-    "  .mesh       MEDIT mesh file\n"
-    "  .vtk        legacy VTK file of an unstructured grid\n"
-    "  .nas, .bdf  NASTRAN bulk data (property number: the block's position + 1)\n"
-    "  .geo        EnSight geometry file (mixed blocks split by kind; pyramids\n"
-    "              are not written)\n"
+    "Mesh formats (r: read, w: written):\n"
+    "  .mesh       rw  MEDIT mesh file (references kept; from other files: the\n"
+    "                  ids read, or the block's position)\n"
+    "  .vtk         w  legacy VTK file of an unstructured grid\n"
+    "  .nas, .bdf   w  NASTRAN bulk data (property number: the id read, or the\n"
+    "                  block's position + 1)\n"
+    "  .obj        rw  Wavefront OBJ (faces, lines and points; groups kept)\n"
+    "  .stl        rw  STL, read ASCII or binary, written ASCII (triangles only)\n"
+    "  .geo         w  EnSight geometry file (mixed blocks split by kind;\n"
+    "                  pyramids are not written)\n"
+    "Solution formats, both read and written (either layout is read):\n"
+    "  .sol        MEDIT solution, keyword layout (SolAtVertices)\n"
+    "  .bb         MEDIT solution, header layout\n"
     "\n"
     "Options:\n"
     "  -o, --output <file>  the file to write (its folder must exist)\n"

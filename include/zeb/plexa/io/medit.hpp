@@ -211,7 +211,8 @@ PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors);
 
 // ---------------------------------------------------------------------------
 // MEDIT solution files, keyword layout (".sol"), as written:
-//   "MeshVersionFormatted 1", "Dimension d", a comment line, an empty line,
+//   "MeshVersionFormatted 2" (other tools then read the values as doubles),
+//   "Dimension d", a comment line, an empty line,
 //   "SolAtVertices", the node count, "1 k" (one field of kind k: 1 scalar,
 //   2 vector, 3 symmetric tensor), one line per node (its values with
 //   "%E "), an empty line and "End".

@@ -3,6 +3,9 @@
 // Both readers work on the tokens of the file (text_scanner): keywords in
 // any case, any white space and line layout between tokens, '#' comments
 // to the end of their line.
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -37,8 +40,7 @@ class medit_tokens {
   // The next token; false at the end of the stream (or for a token too long).
   bool next(token& t) noexcept { return s_.next(t, true); }
   bool integer(std::int64_t low, std::int64_t high, std::int64_t& v) noexcept {
-    token t;
-    return next(t) && detail::token_integer(t, low, high, v);
+    return s_.next_integer(low, high, v, true);
   }
   bool count(unsigned& n) noexcept {
     std::int64_t v;
@@ -46,10 +48,7 @@ class medit_tokens {
     n = unsigned(v);
     return true;
   }
-  bool real(double& x) noexcept {
-    token t;
-    return next(t) && detail::token_double(t, x);
-  }
+  bool real(double& x) noexcept { return s_.next_double(x, true); }
   // A reference: an int as the writers print it ("%d"), or an unsigned.
   bool reference(unsigned& r) noexcept {
     std::int64_t v;
@@ -145,9 +144,16 @@ element_type hexahedron_kind(unsigned* h) noexcept {
   return ELT_HEXA8;
 }
 
+// The bytes of the stream's file when it is a regular file, else 0: the
+// bound of what the file can hold, for the storage reserved ahead.
+std::uint64_t file_bytes(std::FILE* f) noexcept {
+  struct stat st;
+  return fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode) ? std::uint64_t(st.st_size) : 0;
+}
+
 class mesh_reader {
  public:
-  explicit mesh_reader(std::FILE* f) noexcept : in_(f) {}
+  explicit mesh_reader(std::FILE* f) noexcept : in_(f), bytes_(file_bytes(f)) {}
 
   // Reads the whole file into the assembly: 0 or a code.
   int read() noexcept {
@@ -214,6 +220,8 @@ class mesh_reader {
   int read_vertices(unsigned n) noexcept {
     if (dim_ == 0 || vertices_read_) return MALFORMED;
     vertices_read_ = true;
+    // A vertex takes at least two characters per number.
+    nodes_.reserve(unsigned(std::min<std::uint64_t>(n, bytes_ / (2 * (dim_ + 1)))), 0, 0);
     double x[3];
     unsigned reference;
     for (unsigned id = 1; id <= n; ++id) {
@@ -227,6 +235,7 @@ class mesh_reader {
 
   int read_elements(const medit_section& s, unsigned n) noexcept {
     unsigned ids[8], reference;
+    nodes_.reserve(0, unsigned(std::min<std::uint64_t>(n, bytes_ / (2 * (s.count + 1)))), s.count);
     for (unsigned e = 0; e < n; ++e) {
       for (unsigned k = 0; k < s.count; ++k) {
         std::int64_t v;
@@ -242,6 +251,7 @@ class mesh_reader {
   }
 
   medit_tokens in_;
+  std::uint64_t bytes_;
   unsigned dim_ = 0;
   bool vertices_read_ = false;
   unsigned elements_ = 0;

@@ -94,7 +94,7 @@ bool one_of(const token& t, const char* const* words) noexcept {
   return false;
 }
 
-constexpr const char* attribute_keywords[] = {"vp",        "s",         "mtllib", "usemtl",   "maplib",
+constexpr const char* attribute_keywords[] = {"vp",        "mtllib",    "usemtl",   "maplib",
                                               "usemap",    "lod",       "shadow_obj", "trace_obj", "bevel",
                                               "c_interp",  "d_interp",  "ctech",  "stech",    nullptr};
 
@@ -136,11 +136,18 @@ class obj_reader {
 
  private:
   int statement(const token& keyword, statement_tokens& args) noexcept {
-    if (token_equals(keyword, "v")) return vertex(args);
-    if (token_equals(keyword, "f")) return elements(args, 3);
-    if (token_equals(keyword, "l")) return elements(args, 2);
-    if (token_equals(keyword, "p")) return elements(args, 1);
-    if (token_equals(keyword, "g") || token_equals(keyword, "o")) return group(args);
+    if (keyword.size() == 1) {
+      switch (*keyword.first) {
+        case 'v': return vertex(args);
+        case 'f': return elements(args, 3);
+        case 'l': return elements(args, 2);
+        case 'p': return elements(args, 1);
+        case 'g':
+        case 'o': return group(args);
+        case 's': return args.skip(), 0;
+        default: break;
+      }
+    }
     if (token_equals(keyword, "vt") || token_equals(keyword, "vn")) {
       ++(keyword.first[1] == 't' ? texture_vertices_ : normals_);
       args.skip();
@@ -171,16 +178,16 @@ class obj_reader {
 
   // The vertex of one "i", "i/t", "i//n" or "i/t/n" (lines: "i", "i/t").
   int vertex_of(const token& t, bool normals_allowed, unsigned& id) noexcept {
-    const char* slash = static_cast<const char*>(std::memchr(t.first, '/', t.size()));
-    const char* end = slash ? slash : t.last;
+    const char* slash = t.first;
+    while (slash < t.last && *slash != '/') ++slash;
     std::int64_t i;
-    if (!integer_in(t.first, end, INT32_MIN, UINT32_MAX - 1, i) || i == 0) return MALFORMED;
+    if (!integer_in(t.first, slash, INT32_MIN, UINT32_MAX - 1, i) || i == 0) return MALFORMED;
     if (i < 0) {
       if (-i > std::int64_t(vertices_)) return MISSING_NODE;
       i += std::int64_t(vertices_) + 1;
     }
     id = unsigned(i);
-    if (!slash) return 0;
+    if (slash == t.last) return 0;
     // The texture vertex (may be empty before a normal) and the normal.
     const char* second = static_cast<const char*>(std::memchr(slash + 1, '/', std::size_t(t.last - slash - 1)));
     if (second && !normals_allowed) return MALFORMED;

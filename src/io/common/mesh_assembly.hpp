@@ -41,6 +41,12 @@ class mesh_assembly {
   bool add_element(element_type type, const unsigned* node_ids, unsigned count, unsigned element_id,
                    unsigned id) noexcept;
 
+  // Room for `nodes` more nodes and `elements` more elements of `per_element`
+  // nodes, so that storage does not grow step by step.  A hint: a reader
+  // passes counts that the file announces, bounded by what the file can
+  // hold; false when the memory cannot be had (the assembly is unchanged).
+  bool reserve(unsigned nodes, unsigned elements, unsigned per_element) noexcept;
+
   unsigned node_count() const noexcept { return node_ids_.size(); }
   unsigned element_count() const noexcept { return elements_.size(); }
 

@@ -61,23 +61,6 @@ bool token_is(const text_scanner::token& t, const char* word) noexcept {
   return p == t.last;
 }
 
-bool token_integer(const text_scanner::token& t, std::int64_t low, std::int64_t high, std::int64_t& value) noexcept {
-  const char* p = t.first;
-  const bool negative = p < t.last && *p == '-';
-  if (p < t.last && (*p == '-' || *p == '+')) ++p;
-  if (p == t.last) return false;
-  std::int64_t v = 0;
-  for (; p < t.last; ++p) {
-    if (*p < '0' || *p > '9') return false;
-    if (v > (INT64_C(1) << 40)) return false;  // far beyond any bound asked for
-    v = v * 10 + (*p - '0');
-  }
-  if (negative) v = -v;
-  if (v < low || v > high) return false;
-  value = v;
-  return true;
-}
-
 }  // namespace detail
 }  // namespace plexa
 }  // namespace zeb

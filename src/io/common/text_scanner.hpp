@@ -93,6 +93,13 @@ class text_scanner {
   // Skips white space (and comments) and takes the token after it.
   bool next(token& t, bool comments) noexcept { return skip_space(comments) >= 0 && take(t); }
 
+  // next() and the whole token read as token_double, or as token_integer in
+  // [low, high], below; false when there is no token or it is no such
+  // number.  The number is read in place when it is short (the common
+  // case), through the token otherwise.
+  bool next_double(double& value, bool comments) noexcept;
+  bool next_integer(std::int64_t low, std::int64_t high, std::int64_t& value, bool comments) noexcept;
+
   bool too_long() const noexcept { return too_long_; }
   // True when the stream reported an error while it was read.
   bool read_error() const noexcept { return error_; }
@@ -102,6 +109,19 @@ class text_scanner {
   // left and the stream has no more.
   bool fill() noexcept;
   bool take_slow(token& t) noexcept;
+  // Loads more when fewer than SHORT characters are left; the start of the
+  // characters from head_ on.
+  static constexpr unsigned SHORT = 64;
+  const char* short_ahead() noexcept {
+    if (tail_ - head_ < SHORT && !end_) fill();
+    return buffer_.data() + head_;
+  }
+  // Whether a token that stops at p ends there: white space, or the end of
+  // the stream.
+  bool ends_at(const char* p) const noexcept {
+    const char* tail = buffer_.data() + tail_;
+    return p < tail ? is_c_space(*p) : end_;
+  }
 
   std::FILE* f_;
   dense1D<char, 8> buffer_;
@@ -114,11 +134,62 @@ bool token_is(const text_scanner::token& t, const char* word) noexcept;
 
 // The whole token as a decimal integer (an optional sign, then digits) in
 // [low, high]; false for anything else.
-bool token_integer(const text_scanner::token& t, std::int64_t low, std::int64_t high, std::int64_t& value) noexcept;
+inline bool token_integer(const text_scanner::token& t, std::int64_t low, std::int64_t high,
+                          std::int64_t& value) noexcept {
+  const char* p = t.first;
+  const bool negative = p < t.last && *p == '-';
+  if (p < t.last && (*p == '-' || *p == '+')) ++p;
+  // At most 18 digits: no overflow, and far beyond any bound asked for.
+  if (p == t.last || t.last - p > 18) return false;
+  std::int64_t v = 0;
+  for (; p < t.last; ++p) {
+    const unsigned digit = unsigned(*p - '0');
+    if (digit > 9) return false;
+    v = v * 10 + digit;
+  }
+  if (negative) v = -v;
+  if (v < low || v > high) return false;
+  value = v;
+  return true;
+}
 // The whole token as "%lg" reads it; false when characters are left over.
 inline bool token_double(const text_scanner::token& t, double& value) noexcept {
   const char* end = parse_double(t.first, value);
   return end == t.last;
+}
+
+inline bool text_scanner::next_double(double& value, bool comments) noexcept {
+  if (skip_space(comments) < 0) return false;
+  const char* p = short_ahead();
+  const char* end = parse_double(p, value);
+  if (end && ends_at(end)) {
+    head_ = unsigned(end - buffer_.data());
+    return true;
+  }
+  token t;
+  return take(t) && token_double(t, value);
+}
+
+inline bool text_scanner::next_integer(std::int64_t low, std::int64_t high, std::int64_t& value,
+                                       bool comments) noexcept {
+  if (skip_space(comments) < 0) return false;
+  const char* first = short_ahead();
+  const char* p = first;
+  const char* tail = buffer_.data() + tail_;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  const char* digits = p;
+  std::int64_t v = 0;
+  for (unsigned d; p < tail && (d = unsigned(*p - '0')) <= 9 && p - digits < 18; ++p) v = v * 10 + d;
+  if (p > digits && ends_at(p)) {
+    if (negative) v = -v;
+    if (v < low || v > high) return false;
+    head_ = unsigned(p - buffer_.data());
+    value = v;
+    return true;
+  }
+  token t;
+  return take(t) && token_integer(t, low, high, value);
 }
 
 }  // namespace detail

@@ -174,13 +174,9 @@ class mesh_reader {
   // Fills the outputs from what was read: 0 or a code.
   int finish(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
              dense1D<int, 8>& types, dense1D<unsigned, 8>& refs) const noexcept {
-    switch (nodes_.finish(pos, connect, ranges, types, refs, nullptr, nullptr)) {
-      case mesh_assembly::outcome::complete: return 0;
-      case mesh_assembly::outcome::out_of_memory: return detail::OUT_OF_MEMORY;
-      case mesh_assembly::outcome::missing_node: return MISSING_NODE;
-      case mesh_assembly::outcome::duplicate_node: break;  // ids are positions: cannot happen
-    }
-    return MALFORMED;
+    // Vertex ids are positions: none can repeat.
+    return mesh_assembly::code(nodes_.finish(pos, connect, ranges, types, refs, nullptr, nullptr), MISSING_NODE,
+                               MALFORMED);
   }
 
  private:

@@ -125,13 +125,9 @@ class obj_reader {
 
   int finish(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
              dense1D<int, 8>& types, dense1D<unsigned, 8>& groups) const noexcept {
-    switch (mesh_.finish(pos, connect, ranges, types, groups, nullptr, nullptr)) {
-      case mesh_assembly::outcome::complete: return 0;
-      case mesh_assembly::outcome::out_of_memory: return detail::OUT_OF_MEMORY;
-      case mesh_assembly::outcome::missing_node: return MISSING_NODE;
-      case mesh_assembly::outcome::duplicate_node: break;  // ids are positions: cannot happen
-    }
-    return MALFORMED;
+    // Vertex ids are positions: none can repeat.
+    return mesh_assembly::code(mesh_.finish(pos, connect, ranges, types, groups, nullptr, nullptr), MISSING_NODE,
+                               MALFORMED);
   }
 
  private:

@@ -31,6 +31,13 @@ class mesh_assembly {
   // What finish() found.
   enum class outcome { complete, out_of_memory, duplicate_node, missing_node };
 
+  // The result code of an outcome: 0, -199, or the reader's own codes for
+  // a missing and a repeated node id.
+  static constexpr int code(outcome o, int missing, int duplicate) noexcept {
+    return o == outcome::complete ? 0 : o == outcome::out_of_memory ? -199 : o == outcome::missing_node ? missing
+                                                                                                       : duplicate;
+  }
+
   // Nodes of `dim` coordinates (1 to 3).
   explicit mesh_assembly(unsigned dim) noexcept : dim_(dim) {}
 

@@ -11,6 +11,7 @@ extern const command demo_command;
 extern const command convert_command;
 extern const command quality_command;
 extern const command info_command;
+extern const command weld_command;
 
 namespace {
 
@@ -19,6 +20,7 @@ const command* const table[] = {
     &convert_command,
     &info_command,
     &quality_command,
+    &weld_command,
 };
 
 }  // namespace

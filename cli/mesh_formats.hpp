@@ -12,9 +12,6 @@
 
 namespace plexa_cli {
 
-// What a writer returns when the mesh holds elements its format cannot
-// (STL: triangles only); the format's `holds` says what it can.
-constexpr int CANNOT_HOLD = -1000;
 
 struct mesh_format {
   const char* extension;  // with its dot: ".mesh"
@@ -29,7 +26,6 @@ struct mesh_format {
   // them, so that a failure is reported in words.
   const char* read_signature;
   const char* write_signature;
-  const char* holds;  // what the format can hold, for CANNOT_HOLD; null: anything
 };
 
 // The format named by the extension of `path` (compared exactly, and only

@@ -3,12 +3,11 @@
 #include <cstring>
 #include <string>
 
-#include <zeb/plexa/messages.hpp>
-
 #include "command.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
 #include "mesh_input.hpp"
+#include "mesh_output.hpp"
 #include "transform_options.hpp"
 
 namespace plexa_cli {
@@ -66,22 +65,14 @@ int convert_main(const invocation& call) {
     if (transforms.count != 0) return usage_error(call, "transforms apply to meshes, not to solutions");
     return convert_field(call, input, output);
   }
-  const mesh_format* format = format_of(output);
-  if (!format || !format->write)
-    return usage_error(call, "unknown output format of '%s' (known: %s; solutions: %s)", output,
-                       writable_extensions().c_str(), field_extensions().c_str());
+  const mesh_format* format;
+  if (const int status = find_mesh_output(call, output, format)) return status;
   mesh_input in;
   if (const int status = find_mesh_input(call, input, in)) return status;
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
   if (!apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
-  const int code = format->write(output, m);
-  if (code == -1) return failure(call, "cannot write '%s'", output);
-  if (code == CANNOT_HOLD) return failure(call, "cannot write '%s': %s holds %s", output, format->name, format->holds);
-  if (code != 0) return file_failure(call, "write", output, format->write_signature, code);
-  std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", output, format->name, m.coords.cols(),
-               m.element_count());
-  return EXIT_OK;
+  return write_mesh_output(call, *format, output, m);
 }
 
 }  // namespace
@@ -105,7 +96,11 @@ extern const command convert_command = {
     "  .nas, .bdf   w  NASTRAN bulk data (property number: the id read, or the\n"
     "                  block's position + 1)\n"
     "  .obj        rw  Wavefront OBJ (faces, lines and points; groups kept)\n"
-    "  .stl        rw  STL, read ASCII or binary, written ASCII (triangles only)\n"
+    "  .stl        rw  STL: read ASCII or binary (its triangle soup welded: see\n"
+    "                  'plexa help weld'); written binary, the faces and the\n"
+    "                  free boundary of each block of solids as triangles (the\n"
+    "                  corners of 6-node ones, quadrilaterals cut in two along\n"
+    "                  their 0-2 diagonal; edges are left out)\n"
     "  .geo         w  EnSight geometry file (mixed blocks split by kind;\n"
     "                  pyramids are not written)\n"
     "Solution formats, both read and written (either layout is read):\n"

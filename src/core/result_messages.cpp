@@ -16,12 +16,13 @@ namespace {
 struct reason {
   const char* function;
   int code;
-  const char* argument;  // null: the parameter at position -code; about_file: none
+  const char* argument;  // null: the parameter at position -code; "": none (NOT_AN_ARGUMENT)
   const char* text;
 };
 
-// The argument of a reader's code that describes the file, not an argument.
-constexpr const char* about_file = "";
+// The code names what a reader found in its file, not an argument: the
+// message is the reason alone.
+constexpr const char* NOT_AN_ARGUMENT = "";
 
 constexpr const char* bad_index = "a node index is not below the node count";
 constexpr const char* bad_connectivity = "the connectivity does not fit its element type or names a missing node";
@@ -138,6 +139,11 @@ constexpr reason topology_reasons[] = {
 };
 
 constexpr const char* not_finite = "not finite";
+constexpr const char* two_or_three_rows = "its row count is not 2 or 3";
+constexpr const char* no_node_graph =
+    "element type without a node graph (edges, linear faces and solids, mixed faces and solids only)";
+constexpr const char* field_of_connectivity =
+    "not a field of the space dimension (3 rows in 2-D, 6 in 3-D) with a value for every node of the connectivity";
 constexpr const char* not_a_field = "its row count is not 3 or 6";
 
 constexpr reason metrics_reasons[] = {
@@ -157,6 +163,26 @@ constexpr reason metrics_reasons[] = {
     {"metrics_aniso3d_to_aniso2d", -1, nullptr, "its row count is not 6"},
     {"metrics_aniso3d_to_aniso2d", -2, nullptr, "not 6 rows and one column per metric"},
     {"metrics_aniso3d_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per metric"},
+    {"bound_metric_gradations", -1, nullptr, two_or_three_rows},
+    {"bound_metric_gradations", -2, nullptr, bad_connectivity},
+    {"bound_metric_gradations", -3, nullptr, no_node_graph},
+    {"bound_metric_gradations", -4, nullptr, bad_index},
+    {"bound_metric_gradations", -7, nullptr, bad_tolerance},
+    {"bound_metric_gradations", -8, nullptr, field_of_connectivity},
+    {"bound_metric_variations", -1, nullptr, two_or_three_rows},
+    {"bound_metric_variations", -2, nullptr, bad_connectivity},
+    {"bound_metric_variations", -3, nullptr, no_node_graph},
+    {"bound_metric_variations", -4, nullptr, bad_index},
+    {"bound_metric_variations", -7, nullptr, bad_tolerance},
+    {"bound_metric_variations", -8, nullptr, field_of_connectivity},
+    {"metrics_gen_iso", -1, nullptr, "the element dimension of the type is above its row count"},
+    {"metrics_gen_iso", -2, nullptr, bad_connectivity},
+    {"metrics_gen_iso", -3, nullptr, "not a linear element type with edges"},
+    {"metrics_gen_iso", -5, nullptr, "negative"},
+    {"H_shock", -1, nullptr, two_or_three_rows},
+    {"H_shock", -2, nullptr, "its row count is not 2, or a node index is not below the node count"},
+    {"H_shock", -3, nullptr,
+     "not a field of the space dimension (3 rows in 2-D, 6 in 3-D) with a value for every node of the edges"},
 };
 
 constexpr const char* unwritable = "the file cannot be opened or written";
@@ -169,10 +195,10 @@ constexpr const char* missing_vertex = "an element names a vertex that the file 
 
 constexpr reason io_reasons[] = {
     {"medit_input", -1, nullptr, unreadable},
-    {"medit_input", -2, about_file, "not a MEDIT mesh file (no MeshVersionFormatted at its start)"},
-    {"medit_input", -3, about_file, truncated},
-    {"medit_input", -4, about_file, "a keyword, version or dimension that the reader does not read"},
-    {"medit_input", -5, about_file, missing_vertex},
+    {"medit_input", -2, NOT_AN_ARGUMENT, "not a MEDIT mesh file (no MeshVersionFormatted at its start)"},
+    {"medit_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"medit_input", -4, NOT_AN_ARGUMENT, "a keyword, version or dimension that the reader does not read"},
+    {"medit_input", -5, NOT_AN_ARGUMENT, missing_vertex},
     {"medit_input", -6, nullptr, "the same object as ranges"},
     {"medit_output(path, pos, connect, ranges, types, refs)", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"medit_output(path, pos, connect, ranges, types, refs)", -3, nullptr,
@@ -184,16 +210,16 @@ constexpr reason io_reasons[] = {
     {"medit_output(path, pos, connect, ranges, types, refs)", -6, nullptr,
      "its size differs from the number of columns"},
     {"medit_solution_input", -1, nullptr, unreadable},
-    {"medit_solution_input", -2, about_file, "not a MEDIT solution file"},
-    {"medit_solution_input", -3, about_file, truncated},
-    {"medit_solution_input", -4, about_file,
+    {"medit_solution_input", -2, NOT_AN_ARGUMENT, "not a MEDIT solution file"},
+    {"medit_solution_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"medit_solution_input", -4, NOT_AN_ARGUMENT,
      "values at elements, a keyword, field kind, version or dimension that the reader does not read, or no "
      "solution at vertices"},
     {"WavefrontOBJ_input", -1, nullptr, unreadable},
-    {"WavefrontOBJ_input", -3, about_file, truncated},
-    {"WavefrontOBJ_input", -4, about_file, "a statement that the reader does not read (free-form geometry, an "
+    {"WavefrontOBJ_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"WavefrontOBJ_input", -4, NOT_AN_ARGUMENT, "a statement that the reader does not read (free-form geometry, an "
                                            "unknown keyword)"},
-    {"WavefrontOBJ_input", -5, about_file, missing_vertex},
+    {"WavefrontOBJ_input", -5, NOT_AN_ARGUMENT, missing_vertex},
     {"WavefrontOBJ_input", -6, nullptr, "the same object as ranges"},
     {"WavefrontOBJ_output", -1, nullptr, unwritable},
     {"WavefrontOBJ_output", -2, nullptr, "its row count is not 2 or 3"},
@@ -204,10 +230,6 @@ constexpr reason io_reasons[] = {
     {"WavefrontOBJ_output", -5, nullptr, "its size is not the number of ranges minus one"},
     {"WavefrontOBJ_output", -6, nullptr, "its size differs from the number of columns"},
     {"WavefrontOBJ_output", -7, nullptr, "a group without a name, or a name that would not read back"},
-    {"STL_input", -1, nullptr, unreadable},
-    {"STL_input", -2, about_file, "neither an ASCII STL file nor a binary one (shorter than its header)"},
-    {"STL_input", -3, about_file, truncated},
-    {"STL_output", -1, nullptr, unwritable},
     {"medit_solution_output", -1, nullptr, unwritable},
     {"medit_solution_output", -2, nullptr, "not 2 or 3"},
     {"medit_solution_output", -3, nullptr, "its row count is not 1, the dimension or that of a packed tensor"},
@@ -245,6 +267,15 @@ constexpr reason io_reasons[] = {
     {"ensight_output", -3, nullptr, unfit_block},
     {"ensight_output", -4, nullptr, "last precedes first"},
     {"ensight_output", -5, nullptr, block_count},
+    {"STL_input(f, pos, connect)", -1, nullptr, "the stream is null, in error or cannot be positioned"},
+    {"STL_input(f, pos, connect, report)", -1, nullptr, "the stream is null, in error or cannot be positioned"},
+    {"STL_input", -1, nullptr, "the file cannot be opened"},
+    {"STL_input", -2, NOT_AN_ARGUMENT, "not an STL file (no \"solid\" line, and too short for a binary header)"},
+    {"STL_input", -3, NOT_AN_ARGUMENT, "malformed or truncated STL file"},
+    {"STL_output(f, pos, connect, ascii)", -1, nullptr, "the stream is null, in error or refused bytes"},
+    {"STL_output", -1, nullptr, unwritable},
+    {"STL_output", -2, nullptr, "its row count is not 3"},
+    {"STL_output", -3, nullptr, "not 3 rows, or a node index is not below the node count"},
 };
 
 constexpr const char* quality_dimension = "its row count is not 3 (or 2 for faces in the plane)";
@@ -355,7 +386,7 @@ unsigned result_message(const char* signature, int code, char* text, unsigned si
     m.add("out of memory");
   } else if (code >= -99) {
     const reason* r = find_reason(signature, code);
-    if (r && r->argument == about_file) {
+    if (r && r->argument && *r->argument == '\0') {
       m.add(r->text);
       return m.finish();
     }

@@ -32,12 +32,14 @@ TEST(Cli, VersionAndHelpPrintExactly) {
       "  convert  write a mesh in another file format\n"
       "  info     describe what a mesh or solution file holds\n"
       "  quality  measure the shape quality and the Jacobians of the elements of a mesh\n"
+      "  weld     weld the triangle soup of an STL file into a conforming surface\n"
       "\n"
       "Run 'plexa help <command>' for the arguments of a command.\n";
   const std::string demo = "Usage: plexa demo [--output-dir <folder>]\n\n";
   const std::string convert =
       "Usage: plexa convert <input> <output>\n       plexa convert [<input> | builtin] --output <output>\n\n";
   const std::string info = "Usage: plexa info <file> | builtin\n\n";
+  const std::string weld = "Usage: plexa weld <input.stl> <output file>\n\n";
   const std::string quality = "Usage: plexa quality [builtin | <mesh file>] [--worst <n>]\n\n";
   // The whole output, or the first lines of a command's help.
   const struct {
@@ -49,7 +51,8 @@ TEST(Cli, VersionAndHelpPrintExactly) {
                {{"help", "demo"}, demo, false},           {{"demo", "-h"}, demo, false},
                {{"help", "convert"}, convert, false},     {{"convert", "--help"}, convert, false},
                {{"help", "quality"}, quality, false},     {{"quality", "-h"}, quality, false},
-               {{"help", "info"}, info, false},           {{"info", "--help"}, info, false}};
+               {{"help", "info"}, info, false},           {{"info", "--help"}, info, false},
+               {{"help", "weld"}, weld, false},           {{"weld", "--help"}, weld, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.args[0]) + (c.args.size() > 1 ? c.args[1] : ""));
     const result r = run(c.args);
@@ -67,8 +70,9 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto demo = [](const std::string& m) { return "plexa demo: " + m + " (see 'plexa help demo')\n"; };
   auto convert = [](const std::string& m) { return "plexa convert: " + m + " (see 'plexa help convert')\n"; };
   auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
+  auto weld = [](const std::string& m) { return "plexa weld: " + m + " (see 'plexa help weld')\n"; };
   auto info = [](const std::string& m) { return "plexa info: " + m + " (see 'plexa help info')\n"; };
-  const std::string known = ".mesh, .vtk, .nas, .bdf, .obj, .stl, .geo; solutions: .sol, .bb";
+  const std::string known = ".mesh, .vtk, .nas, .bdf, .obj, .stl, .geo";
   const std::string readable = ".mesh, .obj, .stl";
   const struct {
     std::vector<const char*> args;
@@ -111,6 +115,12 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       {{"quality", "--worst", "1001"}, quality("invalid count '1001' of '--worst'")},
       {{"quality", "--worst", "2x"}, quality("invalid count '2x' of '--worst'")},
       {{"quality", "-o"}, quality("unknown option '-o'")},
+      {{"weld"}, weld("missing input STL file")},
+      {{"weld", "in.stl"}, weld("missing output file")},
+      {{"weld", "in.stl", path.c_str(), "x"}, weld("unexpected argument 'x'")},
+      {{"weld", "--ascii"}, weld("unknown option '--ascii'")},
+      {{"weld", "in.vtk", path.c_str()}, weld("the input 'in.vtk' is not an STL file (.stl)")},
+      {{"weld", "in.stl", "out.stl2"}, weld("unknown output format of 'out.stl2' (known: " + known + ")")},
   };
   for (const auto& c : cases) {
     const result r = run(c.args);

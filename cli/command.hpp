@@ -26,6 +26,8 @@ struct invocation {
 constexpr int EXIT_OK = 0;
 constexpr int EXIT_FAILURE_STATUS = 1;
 constexpr int EXIT_USAGE = 2;
+// `plexa check` found defects in the mesh.
+constexpr int EXIT_DEFECTS = 3;
 
 struct command {
   const char* name;

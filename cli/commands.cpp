@@ -12,6 +12,8 @@ extern const command convert_command;
 extern const command quality_command;
 extern const command info_command;
 extern const command weld_command;
+extern const command check_command;
+extern const command sizemap_command;
 
 namespace {
 
@@ -21,6 +23,8 @@ const command* const table[] = {
     &info_command,
     &quality_command,
     &weld_command,
+    &check_command,
+    &sizemap_command,
 };
 
 }  // namespace

@@ -69,10 +69,13 @@ int measure_quality(const mesh& m, unsigned keep, mesh_quality& q, const char*& 
       q.qualities.process(quality);
       q.scaled_jacobians.process(e.scaled_jacobian);
       keep_worst(q.worst, keep, e);
-      if (quality < 0 || smallest < 0)
+      if (quality < 0 || smallest < 0) {
+        if (q.first_inverted.size() < keep) q.first_inverted.push_back(e);
         ++q.inverted;
-      else if (quality == 0 || smallest == 0)
+      } else if (quality == 0 || smallest == 0) {
+        if (q.first_degenerate.size() < keep) q.first_degenerate.push_back(e);
         ++q.degenerate;
+      }
     }
     q.measured += elements;
   }

@@ -31,6 +31,8 @@ struct mesh_quality {
   // Inverted: a negative shape quality or smallest determinant; degenerate:
   // not inverted, and a shape quality or smallest determinant of 0.
   unsigned inverted = 0, degenerate = 0;
+  // The first of each, in block and column order (as many as `keep`).
+  std::vector<measured_element> first_inverted, first_degenerate;
 };
 
 // The smallest over the largest Jacobian determinant of an element; for an
@@ -39,7 +41,8 @@ struct mesh_quality {
 // value.  0 when both are 0; NaN when one is NaN.
 double scaled_jacobian(double smallest, double largest);
 
-// Measures every element of m, keeping the `keep` worst.  Returns 0, or the
+// Measures every element of m, keeping the `keep` worst and the first
+// `keep` inverted and degenerate ones.  Returns 0, or the
 // first failing library code with `failed` set to the signature of the
 // function that returned it (as result_message takes it).
 int measure_quality(const mesh& m, unsigned keep, mesh_quality& q, const char*& failed);

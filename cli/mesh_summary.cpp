@@ -11,6 +11,7 @@
 #include <zeb/plexa/indices.hpp>
 
 #include "format.hpp"
+#include "json.hpp"
 
 namespace plexa_cli {
 
@@ -139,6 +140,74 @@ bool write_mesh_summary(std::FILE* out, const mesh& m) {
   std::fputs("names:\n", out);
   for (std::size_t k = 0; k < m.id_names.size(); ++k)
     std::fprintf(out, "  %zu: %s\n", k, m.id_names[k].empty() ? "(none)" : m.id_names[k].c_str());
+  return true;
+}
+
+namespace {
+
+// The distinct ids of a block as [first, last] runs, ascending.
+void write_id_runs(json_writer& j, const zeb::dense1D<unsigned, 8>& ids) {
+  std::vector<unsigned> sorted(ids.begin(), ids.end());
+  std::sort(sorted.begin(), sorted.end());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  j.begin_array("ids");
+  for (std::size_t k = 0; k < sorted.size();) {
+    std::size_t end = k;
+    while (end + 1 < sorted.size() && sorted[end + 1] == sorted[end] + 1) ++end;
+    j.begin_array();
+    j.count(sorted[k]);
+    j.count(sorted[end]);
+    j.end_array();
+    k = end + 1;
+  }
+  j.end_array();
+}
+
+}  // namespace
+
+bool write_mesh_summary(json_writer& j, const mesh& m) {
+  unsigned per_kind[ELEMENT_TYPE_COUNT] = {}, elements = 0;
+  for (unsigned k = 0; k < m.block_count(); ++k)
+    if (!count_kinds(m.coords, m.blocks[k], element_type(m.types[k]), per_kind, elements)) return false;
+  double lo[3], hi[3];
+  int axes = 0;
+  if (m.coords.cols() != 0 && m.coords.rows() == 2) axes = bounding_box<2>(m.coords, lo, hi);
+  if (m.coords.cols() != 0 && m.coords.rows() == 3) axes = bounding_box<3>(m.coords, lo, hi);
+  if (axes < 0) return false;
+  try {
+    j.count("dimension", m.coords.rows());
+    j.count("nodes", m.coords.cols());
+    j.count("elements", elements);
+    j.begin_object("kinds");
+    for (unsigned t = 0; t < ELEMENT_TYPE_COUNT; ++t)
+      if (per_kind[t] != 0) j.count(element_name(element_type(t)), per_kind[t]);
+    j.end_object();
+    if (axes == 0) {
+      j.null("bounding_box");
+    } else {
+      j.begin_object("bounding_box");
+      for (const double* bound : {lo, hi}) {
+        j.begin_array(bound == lo ? "min" : "max");
+        for (int i = 0; i < axes; ++i) j.number(bound[i]);
+        j.end_array();
+      }
+      j.end_object();
+    }
+    j.begin_array("blocks");
+    for (unsigned k = 0; k < m.block_count(); ++k) {
+      j.begin_object();
+      j.text("type", element_name(element_type(m.types[k])));
+      j.count("elements", m.blocks[k].empty() ? 0 : m.blocks[k].cols());
+      write_id_runs(j, m.ids[k]);
+      j.end_object();
+    }
+    j.end_array();
+    j.begin_array("names");
+    for (const std::string& name : m.id_names) j.text(nullptr, name);
+    j.end_array();
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
   return true;
 }
 

@@ -47,4 +47,12 @@ namespace plexa_cli {
 // memory runs out.
 bool write_mesh_summary(std::FILE* out, const mesh& m);
 
+class json_writer;
+// The same figures as members of the JSON object being written: dimension,
+// nodes, elements, kinds {<TYPE>: count}, bounding_box {min: [...], max:
+// [...]} (null without nodes), blocks [{type, elements, ids: [[first,
+// last], ...]}], names [...].  False, with the object cut short, when a
+// block does not fit its type or memory runs out.
+bool write_mesh_summary(json_writer& j, const mesh& m);
+
 }  // namespace plexa_cli

@@ -1,14 +1,13 @@
 // `plexa quality`: the element quality of a mesh.
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-
 #include <zeb/plexa/messages.hpp>
 
 #include "command.hpp"
+#include "json.hpp"
 #include "mesh.hpp"
 #include "mesh_input.hpp"
 #include "mesh_quality.hpp"
+#include "mesh_summary.hpp"
+#include "options.hpp"
 
 namespace plexa_cli {
 
@@ -16,35 +15,45 @@ namespace {
 
 constexpr unsigned default_worst = 5;
 
-// A count of at most 1000 written in decimal digits.
-bool parse_count(const char* text, unsigned& value) {
-  if (*text < '0' || *text > '9') return false;
-  char* end;
-  errno = 0;
-  const unsigned long v = std::strtoul(text, &end, 10);
-  if (*end != '\0' || errno != 0 || v > 1000) return false;
-  value = unsigned(v);
-  return true;
+enum { WORST, JSON };
+const option_spec options[] = {{"--worst", '\0', "count"}, {"--json", '\0', nullptr}};
+
+void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const mesh_quality& q) {
+  json_writer j(out);
+  j.begin_object();
+  j.text("mesh", in.name());
+  j.count("nodes", m.coords.cols());
+  j.count("elements", m.element_count());
+  j.count("measured", q.measured);
+  j.count("unmeasured", q.unmeasured);
+  j.histogram("shape_quality", q.qualities);
+  j.histogram("scaled_jacobian", q.scaled_jacobians);
+  j.begin_array("worst");
+  for (const measured_element& e : q.worst) {
+    j.begin_object();
+    j.count("block", e.block);
+    j.count("element", e.element);
+    j.text("type", element_name(e.kind));
+    j.number("quality", e.quality);
+    j.number("scaled_jacobian", e.scaled_jacobian);
+    j.end_object();
+  }
+  j.end_array();
+  j.count("inverted", q.inverted);
+  j.count("degenerate", q.degenerate);
+  j.end_object();
+  j.finish();
 }
 
 int quality_main(const invocation& call) {
-  const char* input = nullptr;
+  parsed_arguments args;
+  if (const int status = parse_arguments(call, options, 2, 1, args)) return status;
   unsigned worst = default_worst;
-  for (int k = 0; k < call.argc; ++k) {
-    const char* arg = call.argv[k];
-    if (std::strcmp(arg, "--worst") == 0) {
-      if (++k == call.argc) return usage_error(call, "missing count after '%s'", arg);
-      if (!parse_count(call.argv[k], worst)) return usage_error(call, "invalid count '%s' of '%s'", call.argv[k], arg);
-    } else if (arg[0] == '-' && arg[1] != '\0') {
-      return usage_error(call, "unknown option '%s'", arg);
-    } else if (input) {
-      return usage_error(call, "unexpected argument '%s'", arg);
-    } else {
-      input = arg;
-    }
-  }
+  if (const char* text = args.value(WORST))
+    if (!parse_count(text, 1000, worst)) return usage_error(call, "invalid count '%s' of '--worst'", text);
   mesh_input in;
-  if (const int status = find_mesh_input(call, input, in)) return status;
+  if (const int status = find_mesh_input(call, args.positionals.empty() ? nullptr : args.positionals[0], in))
+    return status;
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
 
@@ -55,6 +64,10 @@ int quality_main(const invocation& call) {
     zeb::plexa::result_message(failed, code, reason, sizeof reason);
     if (in.builtin()) return failure(call, "cannot measure the built-in mesh: %s", reason);
     return failure(call, "cannot measure '%s': %s", in.path, reason);
+  }
+  if (args.has(JSON)) {
+    write_json(call.out, in, m, q);
+    return EXIT_OK;
   }
   std::fprintf(call.out, "%s: %u nodes, %u elements\n", in.name(), m.coords.cols(), m.element_count());
   if (q.unmeasured > 0) std::fprintf(call.out, "not measured (nodes and edges): %u\n", q.unmeasured);
@@ -67,7 +80,7 @@ int quality_main(const invocation& call) {
 extern const command quality_command = {
     "quality",
     "measure the shape quality and the Jacobians of the elements of a mesh",
-    "Usage: plexa quality [builtin | <mesh file>] [--worst <n>]\n"
+    "Usage: plexa quality [builtin | <mesh file>] [--worst <n>] [--json]\n"
     "\n"
     "Measures every face and solid of a mesh and prints:\n"
     "  - a histogram of their shape qualities: 1 for the regular element of its\n"
@@ -88,7 +101,15 @@ extern const command quality_command = {
     "left out, or a mesh file of a format the tool can read.\n"
     "\n"
     "Options:\n"
-    "  --worst <n>  how many of the worst elements to list (0 to 1000; default 5)\n",
+    "  --worst <n>  how many of the worst elements to list (0 to 1000; default 5)\n"
+    "  --json       print one JSON object instead of the text:\n"
+    "                 mesh, nodes, elements, measured, unmeasured (counts);\n"
+    "                 shape_quality, scaled_jacobian: histograms {count, nan,\n"
+    "                   min, max, mean, bins: [{from, to, count}]} (from of the\n"
+    "                   first bin and to of the last are null);\n"
+    "                 worst: [{block, element, type, quality, scaled_jacobian}];\n"
+    "                 inverted, degenerate.\n"
+    "                 Numbers not finite are null.\n",
     quality_main,
 };
 

@@ -19,12 +19,12 @@ namespace {
 
 const command* const table[] = {
     &demo_command,
-    &convert_command,
     &info_command,
-    &quality_command,
-    &weld_command,
     &check_command,
+    &quality_command,
     &sizemap_command,
+    &convert_command,
+    &weld_command,
 };
 
 }  // namespace

@@ -34,11 +34,11 @@ int read_medit(const char* path, mesh& m) {
 }
 
 // The references read, or each block's position.
-int write_medit(const char* path, const mesh& m) {
+int write_medit(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
   zeb::dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges, refs;
   if (!m.joined(connect, ranges) || !m.joined_ids(refs, 0)) return OUT_OF_MEMORY;
-  return zeb::plexa::medit_output(path, m.coords, connect, ranges, m.types, refs);
+  return zeb::plexa::medit_output(path, m.coords, connect, ranges, m.types, refs, options);
 }
 
 int read_obj(const char* path, mesh& m) {
@@ -50,32 +50,34 @@ int read_obj(const char* path, mesh& m) {
 }
 
 // The groups read (with their names), or each block's position.
-int write_obj(const char* path, const mesh& m) {
+int write_obj(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
   zeb::dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges, groups;
   if (!m.joined(connect, ranges) || !m.joined_ids(groups, 0)) return OUT_OF_MEMORY;
-  if (m.id_names.empty()) return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups);
-  return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups, m.id_names);
+  if (m.id_names.empty())
+    return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups, options);
+  return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups, m.id_names, options);
 }
 
-int write_vtk(const char* path, const mesh& m) {
-  return zeb::plexa::vtk_output(path, m.coords, m.first_block(), m.last_block(), m.types);
+int write_vtk(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
+  return zeb::plexa::vtk_output(path, m.coords, m.first_block(), m.last_block(), m.types, options);
 }
 
 // The blocks in one connectivity; an element's property number is the one
 // read, or the position of its block + 1.
-int write_nastran(const char* path, const mesh& m) {
+int write_nastran(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
   zeb::dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges, pids;
   if (!m.joined(connect, ranges) || !m.joined_ids(pids, 1)) return OUT_OF_MEMORY;
-  return zeb::plexa::NASTRAN_output(path, m.coords, connect, ranges, m.types, pids);
+  return zeb::plexa::NASTRAN_output(path, m.coords, connect, ranges, m.types, pids, options);
 }
 
 // The EnSight writer leaves mixed blocks out: they are split by kind first.
-int write_ensight(const char* path, const mesh& m) {
+int write_ensight(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
   mesh simple;
   if (!m.split_mixed(simple)) return OUT_OF_MEMORY;
-  return zeb::plexa::ensight_output(path, simple.coords, simple.first_block(), simple.last_block(), simple.types);
+  return zeb::plexa::ensight_output(path, simple.coords, simple.first_block(), simple.last_block(), simple.types,
+                                    options);
 }
 
 // An STL file: its nodes (welded by the reader) and one block of triangles.
@@ -108,8 +110,9 @@ bool add_triangles(const zeb::dense2D<unsigned>& faces, bool quadrilaterals, zeb
 // The faces of the mesh as binary STL triangles: the faces of the face
 // blocks and the free boundary of each solid block, triangles as they are
 // (the corners of six-node ones), quadrilaterals cut along their 0-2
-// diagonal; edges and nodes are left out.  Planar nodes get z = 0.
-int write_stl(const char* path, const mesh& m) {
+// diagonal; edges and nodes are left out.  Planar nodes get z = 0.  Binary
+// STL holds floats: no digits to choose.
+int write_stl(const char* path, const mesh& m, const zeb::plexa::write_options&) {
   using namespace zeb::plexa;
   zeb::dense2D<double> xyz;
   if (m.coords.rows() == 3) {
@@ -157,18 +160,21 @@ int read_solution(const char* path, field& f) {
   return zeb::plexa::medit_solution_input(path, f.dim, f.values);
 }
 
-int write_sol(const char* path, const field& f) { return zeb::plexa::medit_solution_output(path, f.dim, f.values); }
+int write_sol(const char* path, const field& f, const zeb::plexa::write_options& options) {
+  return zeb::plexa::medit_solution_output(path, f.dim, f.values, options);
+}
 
 // Scalars, packed tensors (3 rows in 2-D, 6 in 3-D), vectors otherwise.
-int write_bb(const char* path, const field& f) {
+int write_bb(const char* path, const field& f, const zeb::plexa::write_options& options) {
   const unsigned rows = f.values.rows();
   if (rows == 1) {
     zeb::dense2D<double> scalars;
     if (!scalars.copy(f.values)) return OUT_OF_MEMORY;
-    return zeb::plexa::medit_scalar(path, f.dim, scalars.as_vector());
+    return zeb::plexa::medit_scalar(path, f.dim, scalars.as_vector(), options);
   }
-  if ((rows == 3 && f.dim == 2) || (rows == 6 && f.dim == 3)) return zeb::plexa::medit_tensor(path, f.values);
-  return zeb::plexa::medit_vector(path, f.dim, f.values);
+  if ((rows == 3 && f.dim == 2) || (rows == 6 && f.dim == 3))
+    return zeb::plexa::medit_tensor(path, f.values, options);
+  return zeb::plexa::medit_vector(path, f.dim, f.values, options);
 }
 
 constexpr const char* solution_input = "medit_solution_input(path, dim, values)";

@@ -7,6 +7,7 @@
 #include <string>
 
 #include <zeb/dense.hpp>
+#include <zeb/plexa/io/write_options.hpp>
 
 #include "mesh.hpp"
 
@@ -19,9 +20,10 @@ struct mesh_format {
   // Reads the file into m (replacing it); 0 or the reader's result code.
   // Null for a format that is written only.
   int (*read)(const char* path, mesh& m);
-  // Writes m to the file; 0 or the writer's result code.  Null for a format
-  // that is read only.
-  int (*write)(const char* path, const mesh& m);
+  // Writes m to the file with the writer's options (the digits of the
+  // numbers); 0 or the writer's result code.  Null for a format that is
+  // read only.
+  int (*write)(const char* path, const mesh& m, const zeb::plexa::write_options& options);
   // The library functions behind read and write, as result_message() takes
   // them, so that a failure is reported in words.
   const char* read_signature;
@@ -47,7 +49,7 @@ struct field_format {
   const char* extension;
   const char* name;
   int (*read)(const char* path, field& f);
-  int (*write)(const char* path, const field& f);
+  int (*write)(const char* path, const field& f, const zeb::plexa::write_options& options);
   const char* read_signature;
   const char* write_signature;
 };

@@ -43,6 +43,24 @@ double scaled_jacobian(double smallest, double largest) {
   return 0;
 }
 
+namespace {
+
+// The shape qualities and the Jacobian determinants (smallest, largest) of
+// the elements of block b.  0, or the library's code with `failed` set.
+int measure_block(const mesh& m, unsigned b, zeb::dense1D<double, 8>& qualities, zeb::dense2D<double>& dets,
+                  const char*& failed) {
+  const element_type type = element_type(m.types[b]);
+  int code = shape_qualities(m.coords, m.blocks[b], type, qualities);
+  if (code != 0) {
+    failed = "shape_qualities(pos, connect, type, qualities)";
+    return code;
+  }
+  if ((code = jacobians(m.coords, m.blocks[b], type, dets)) != 0) failed = "jacobians(pos, connect, type, dets)";
+  return code;
+}
+
+}  // namespace
+
 int measure_quality(const mesh& m, unsigned keep, mesh_quality& q, const char*& failed) {
   zeb::dense1D<double, 8> qualities;
   zeb::dense2D<double> dets;
@@ -54,15 +72,7 @@ int measure_quality(const mesh& m, unsigned keep, mesh_quality& q, const char*& 
       q.unmeasured += elements;
       continue;
     }
-    int code = shape_qualities(m.coords, block, type, qualities);
-    if (code != 0) {
-      failed = "shape_qualities(pos, connect, type, qualities)";
-      return code;
-    }
-    if ((code = jacobians(m.coords, block, type, dets)) != 0) {
-      failed = "jacobians(pos, connect, type, dets)";
-      return code;
-    }
+    if (const int code = measure_block(m, b, qualities, dets, failed)) return code;
     for (unsigned j = 0; j < elements; ++j) {
       const double quality = qualities[j], smallest = dets(0, j);
       const measured_element e{b, j, element_kind(block, type, j), quality, scaled_jacobian(smallest, dets(1, j))};
@@ -78,6 +88,29 @@ int measure_quality(const mesh& m, unsigned keep, mesh_quality& q, const char*& 
       }
     }
     q.measured += elements;
+  }
+  return 0;
+}
+
+int element_qualities(const mesh& m, std::vector<double>& qualities, std::vector<double>& jacobians,
+                      const char*& failed) {
+  qualities.clear();
+  jacobians.clear();
+  zeb::dense1D<double, 8> q;
+  zeb::dense2D<double> dets;
+  const double none = std::numeric_limits<double>::quiet_NaN();
+  for (unsigned b = 0; b < m.block_count(); ++b) {
+    const unsigned elements = m.blocks[b].empty() ? 0 : m.blocks[b].cols();
+    if (element_dim(element_type(m.types[b])) < 2) {
+      qualities.insert(qualities.end(), elements, none);
+      jacobians.insert(jacobians.end(), elements, none);
+      continue;
+    }
+    if (const int code = measure_block(m, b, q, dets, failed)) return code;
+    for (unsigned j = 0; j < elements; ++j) {
+      qualities.push_back(q[j]);
+      jacobians.push_back(scaled_jacobian(dets(0, j), dets(1, j)));
+    }
   }
   return 0;
 }

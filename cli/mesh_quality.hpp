@@ -47,6 +47,13 @@ double scaled_jacobian(double smallest, double largest);
 // function that returned it (as result_message takes it).
 int measure_quality(const mesh& m, unsigned keep, mesh_quality& q, const char*& failed);
 
+// The shape quality and the scaled Jacobian of every element of m, block by
+// block in column order (NaN for nodes and edges, which have no shape).
+// Returns 0, or the first failing library code with `failed` set as above.
+// May throw std::bad_alloc.
+int element_qualities(const mesh& m, std::vector<double>& qualities, std::vector<double>& jacobians,
+                      const char*& failed);
+
 // "shape quality:" and its histogram.
 void write_quality_histogram(std::FILE* out, const mesh_quality& q);
 

@@ -31,6 +31,13 @@ void write_overview(std::FILE* out) {
   std::fputs("\nRun 'plexa help <command>' for the arguments of a command.\n", out);
 }
 
+constexpr const char* help_of_help =
+    "Usage: plexa help [<command>]\n"
+    "\n"
+    "Without a command, lists the commands, each with what it does; with one,\n"
+    "prints its arguments and options ('plexa <command> --help' does the\n"
+    "same).\n";
+
 int usage(std::FILE* err, const char* message, const char* word) {
   std::fprintf(err, "plexa: %s%s%s%s (see 'plexa --help')\n", message, word ? " '" : "", word ? word : "",
                word ? "'" : "");
@@ -52,6 +59,10 @@ int dispatch(int argc, const char* const* argv, std::FILE* out, std::FILE* err) 
       return EXIT_OK;
     }
     if (argc > 3 || !is(first, "help")) return usage(err, "unexpected argument", argv[argc > 3 ? 3 : 2]);
+    if (is(argv[2], "help")) {
+      std::fputs(help_of_help, out);
+      return EXIT_OK;
+    }
     const command* c = find_command(argv[2]);
     if (!c) return usage(err, "unknown command", argv[2]);
     std::fputs(c->help, out);

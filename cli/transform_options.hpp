@@ -25,7 +25,12 @@ bool is_transform_option(const char* option);
 // value is malformed or the list is full.
 bool add_transform(const char* option, const char* value, transform_list& list);
 
-// Applies the steps in order; false when memory could not be had.
-bool apply_transforms(const transform_list& list, zeb::dense2D<double>& coords);
+// Applies the steps in order; false when memory could not be had.  A
+// rotation by an exact multiple of 90 degrees about the z axis (or about a
+// coordinate axis) moves the coordinates exactly, by swapping and negating
+// them, so that 0 stays 0 rather than becoming 6.1e-17.
+// Output: mirrored, whether the steps together reverse orientation (a
+// negative scale in 3-D): every element of the mesh is then inside out.
+bool apply_transforms(const transform_list& list, zeb::dense2D<double>& coords, bool& mirrored);
 
 }  // namespace plexa_cli

@@ -1,6 +1,8 @@
 // `plexa demo`: the tool's embedded default run on the built-in mesh.
+#include <cerrno>
 #include <cmath>
-#include <cstring>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -11,9 +13,11 @@
 #include "command.hpp"
 #include "mesh.hpp"
 #include "mesh_edges.hpp"
+#include "mesh_output.hpp"
 #include "mesh_quality.hpp"
 #include "mesh_sizes.hpp"
 #include "mesh_summary.hpp"
+#include "options.hpp"
 
 namespace plexa_cli {
 
@@ -25,21 +29,23 @@ constexpr const char* default_folder = "plexa-demo";
 // hexahedra and both wedges, a twentieth of its mean edge length, graded
 // to 0.5.
 constexpr unsigned source_node = 10;
+constexpr const char* solution_signature = "medit_solution_output(path, dim, values)";
 constexpr double source_factor = 0.05, gradation = 0.5;
 
 // Writes the mesh, a scalar field on it (the distance of each node to the
 // origin) and the graded size field as MEDIT files into `folder`, created
-// when missing, and names them on call.out.
+// when missing.
 int write_files(const invocation& call, const std::string& folder, const zeb::dense2D<double>& coords,
                 const zeb::dense2D<unsigned>& solids, const zeb::dense1D<double, 8>& sizes) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error && !std::filesystem::is_directory(folder))
-    return failure(call, "cannot create the output folder '%s': %s", folder.c_str(), error.message().c_str());
+    return failure(call, "cannot create the output folder '%s': %s", folder.c_str(), system_reason(error.value()));
 
   const std::string mesh = folder + "/demo.mesh", field = folder + "/demo.sol", graded = folder + "/demo-sizes.sol";
-  if (zeb::plexa::medit_output(mesh.c_str(), coords, solids, zeb::plexa::ELT_SOLID_MIX) != 0)
-    return failure(call, "cannot write '%s'", mesh.c_str());
+  errno = 0;
+  int code = zeb::plexa::medit_output(mesh.c_str(), coords, solids, zeb::plexa::ELT_SOLID_MIX);
+  if (code != 0) return write_failure(call, mesh.c_str(), "medit_output(path, pos, connect, type)", code, errno);
 
   zeb::dense2D<double> distance(1, coords.cols());
   if (distance.cols() != coords.cols()) return failure(call, "out of memory");
@@ -48,63 +54,76 @@ int write_files(const invocation& call, const std::string& folder, const zeb::de
     for (unsigned i = 0; i < coords.rows(); ++i) sum += coords(i, j) * coords(i, j);
     distance(0, j) = std::sqrt(sum);
   }
-  if (zeb::plexa::medit_solution_output(field.c_str(), coords.rows(), distance) != 0)
-    return failure(call, "cannot write '%s'", field.c_str());
+  errno = 0;
+  if ((code = zeb::plexa::medit_solution_output(field.c_str(), coords.rows(), distance)) != 0)
+    return write_failure(call, field.c_str(), solution_signature, code, errno);
   zeb::dense2D<double> size_row(1, sizes.size());
   if (size_row.cols() != sizes.size()) return failure(call, "out of memory");
   for (unsigned j = 0; j < sizes.size(); ++j) size_row(0, j) = sizes[j];
-  if (zeb::plexa::medit_solution_output(graded.c_str(), coords.rows(), size_row) != 0)
-    return failure(call, "cannot write '%s'", graded.c_str());
+  errno = 0;
+  if ((code = zeb::plexa::medit_solution_output(graded.c_str(), coords.rows(), size_row)) != 0)
+    return write_failure(call, graded.c_str(), solution_signature, code, errno);
+  return EXIT_OK;
+}
 
+void write_file_list(const invocation& call, const std::string& folder) {
   std::fprintf(call.out,
                "output folder: %s\n"
                "  demo.mesh: the mesh (MEDIT)\n"
                "  demo.sol: distance of each node to the origin (MEDIT scalar solution)\n"
                "  demo-sizes.sol: the graded size field (MEDIT scalar solution)\n",
                folder.c_str());
-  return EXIT_OK;
 }
 
-// The free boundary of the mesh (faces by kind) and the histogram of its
-// edge lengths against a uniform size of 1.
-int write_boundary_and_edges(const invocation& call, const zeb::dense2D<double>& coords,
-                             const zeb::dense2D<unsigned>& solids) {
-  if (!write_free_boundary(call.out, solids, zeb::plexa::ELT_SOLID_MIX) ||
-      !write_edge_lengths(call.out, coords, solids, zeb::plexa::ELT_SOLID_MIX, 1.0))
-    return failure(call, "cannot measure the boundary and the edges of the built-in mesh");
-  return EXIT_OK;
+// The description of the built-in mesh, into `out`: its summary, the
+// histogram of its qualities, its free boundary (faces by kind), the
+// histogram of its edge lengths against a uniform size of 1, and the graded
+// size field (returned in `sizes`).  A message, or nullptr.
+const char* describe(std::FILE* out, const mesh& m, zeb::dense1D<double, 8>& sizes) {
+  const zeb::dense2D<unsigned>& solids = m.blocks[0];
+  std::fputs("built-in mesh of mixed solids\n", out);
+  mesh_quality q;
+  const char* failed = nullptr;
+  if (!write_mesh_summary(out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX) || measure_quality(m, 0, q, failed) != 0)
+    return "the built-in mesh is not a valid mixed solid mesh";
+  write_quality_histogram(out, q);
+  if (!write_free_boundary(out, solids, zeb::plexa::ELT_SOLID_MIX) ||
+      !write_edge_lengths(out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX, 1.0))
+    return "cannot measure the boundary and the edges of the built-in mesh";
+  if (!write_size_gradation(out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX, source_node, source_factor, gradation,
+                            sizes))
+    return "cannot grade a size field on the built-in mesh";
+  return nullptr;
 }
+
+enum { OUTPUT_DIR };
+const option_spec options[] = {{"--output-dir", 'o', "folder"}};
 
 int demo_main(const invocation& call) {
-  std::string folder = default_folder;
-  for (int k = 0; k < call.argc; ++k) {
-    const char* arg = call.argv[k];
-    if (std::strcmp(arg, "--output-dir") == 0 || std::strcmp(arg, "-o") == 0) {
-      if (++k == call.argc) return usage_error(call, "missing folder after '%s'", arg);
-      folder = call.argv[k];
-      if (folder.empty()) return usage_error(call, "empty output folder");
-    } else {
-      return usage_error(call, "unexpected argument '%s'", arg);
-    }
-  }
+  parsed_arguments args;
+  if (const int status = parse_arguments(call, options, 1, 0, args)) return status;
+  const std::string folder = args.has(OUTPUT_DIR) ? args.value(OUTPUT_DIR) : default_folder;
+  if (folder.empty()) return usage_error(call, "empty output folder");
 
   mesh m;
   if (!builtin_mesh(m)) return failure(call, "out of memory");
-  const zeb::dense2D<unsigned>& solids = m.blocks[0];
-
-  std::fputs("built-in mesh of mixed solids\n", call.out);
-  mesh_quality q;
-  const char* failed = nullptr;
-  if (!write_mesh_summary(call.out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX) ||
-      measure_quality(m, 0, q, failed) != 0)
-    return failure(call, "the built-in mesh is not a valid mixed solid mesh");
-  write_quality_histogram(call.out, q);
-  if (const int status = write_boundary_and_edges(call, m.coords, solids)) return status;
+  // The description is printed once the files are written, so that a
+  // failure leaves only its message.
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* description = open_memstream(&text, &size);
+  if (!description) return failure(call, "out of memory");
   zeb::dense1D<double, 8> sizes;
-  if (!write_size_gradation(call.out, m.coords, solids, zeb::plexa::ELT_SOLID_MIX, source_node, source_factor,
-                            gradation, sizes))
-    return failure(call, "cannot grade a size field on the built-in mesh");
-  return write_files(call, folder, m.coords, solids, sizes);
+  const char* problem = describe(description, m, sizes);
+  const bool complete = std::fclose(description) == 0;
+  const std::string summary = text ? std::string(text, size) : std::string();
+  std::free(text);
+  if (problem) return failure(call, "%s", problem);
+  if (!complete) return failure(call, "out of memory");
+  if (const int status = write_files(call, folder, m.coords, m.blocks[0], sizes)) return status;
+  std::fputs(summary.c_str(), call.out);
+  write_file_list(call, folder);
+  return EXIT_OK;
 }
 
 }  // namespace

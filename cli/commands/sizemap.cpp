@@ -20,6 +20,7 @@
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
 #include "mesh_input.hpp"
+#include "mesh_output.hpp"
 #include "mesh_topology.hpp"
 #include "options.hpp"
 #include "progress.hpp"
@@ -332,8 +333,7 @@ int sizemap_main(const invocation& call) {
     for (unsigned v = 0; v < H.size(); ++v) result.values(0, v) = H[v];
   }
   shown.step("writing");
-  const int code = out_format->write(output, result);
-  if (code != 0) return file_failure(call, "write", output, out_format->write_signature, code);
+  if (const int status = write_field_file(call, *out_format, output, result)) return status;
   if (args.has(JSON)) {
     write_json(call.out, in, m, s, r, output);
   } else {

@@ -1,77 +1,32 @@
 // `plexa weld`: reads an STL file, whose triangle soup the reader welds,
 // reports what the weld did and what the surface looks like, and writes the
 // welded mesh in the format that the output file's extension names.
-#include <algorithm>
 #include <cstring>
-#include <new>
-#include <utility>
-#include <vector>
 
 #include <zeb/plexa/io/stl.hpp>
 #include <zeb/plexa/messages.hpp>
-#include <zeb/plexa/topology.hpp>
 
 #include "command.hpp"
 #include "format.hpp"
+#include "json.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
 #include "mesh_output.hpp"
+#include "mesh_topology.hpp"
+#include "options.hpp"
 
 namespace plexa_cli {
 
 namespace {
 
-constexpr unsigned NONE = 4294967295u;
-
-// Edges of one triangle (free) and of three or more (non-manifold).
-struct edge_counts {
-  unsigned free = 0, non_manifold = 0;
-};
-
-// From the neighbours: an edge shared by three or more triangles is left
-// unlinked when non-manifold edges are not linked, and linked when they
-// are; a free edge is unlinked either way.  The sides of the non-manifold
-// edges are then counted by their (sorted) nodes.  False when memory runs
-// out.
-bool count_edges(const zeb::dense2D<unsigned>& triangles, edge_counts& counts) {
-  using namespace zeb::plexa;
-  zeb::dense2D<unsigned> linked, unlinked;
-  if (get_neighbors(triangles, ELT_TRIA3, true, linked) != 0 ||
-      get_neighbors(triangles, ELT_TRIA3, false, unlinked) != 0)
-    return false;
-  std::vector<std::pair<unsigned, unsigned>> shared;
-  try {
-    for (unsigned j = 0; j < linked.cols(); ++j)
-      for (unsigned e = 0; e < 3; ++e) {
-        if (linked(e, j) == NONE) {
-          ++counts.free;
-        } else if (unlinked(e, j) == NONE) {
-          // Boundary e of a triangle is its edge opposite node e.
-          const unsigned a = triangles((e + 1) % 3, j), b = triangles((e + 2) % 3, j);
-          shared.emplace_back(std::min(a, b), std::max(a, b));
-        }
-      }
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-  std::sort(shared.begin(), shared.end());
-  counts.non_manifold = unsigned(std::unique(shared.begin(), shared.end()) - shared.begin());
-  return true;
-}
+enum { JSON };
+const option_spec options[] = {{"--json", '\0', nullptr}};
 
 int weld_main(const invocation& call) {
-  const char* input = nullptr;
-  const char* output = nullptr;
-  for (int k = 0; k < call.argc; ++k) {
-    const char* arg = call.argv[k];
-    if (arg[0] == '-' && arg[1] != '\0') return usage_error(call, "unknown option '%s'", arg);
-    if (!input)
-      input = arg;
-    else if (!output)
-      output = arg;
-    else
-      return usage_error(call, "unexpected argument '%s'", arg);
-  }
+  parsed_arguments args;
+  if (const int status = parse_arguments(call, options, 1, 2, args)) return status;
+  const char* input = args.positionals.size() > 0 ? args.positionals[0] : nullptr;
+  const char* output = args.positionals.size() > 1 ? args.positionals[1] : nullptr;
   if (!input) return usage_error(call, "missing input STL file");
   if (!output) return usage_error(call, "missing output file");
   const mesh_format* in_format = format_of(input);
@@ -89,10 +44,34 @@ int weld_main(const invocation& call) {
     zeb::plexa::result_message("STL_input(path, pos, connect, report)", code, reason, sizeof reason);
     return failure(call, "cannot read '%s': %s", input, reason);
   }
-  edge_counts edges;
-  if (!m.add_block(triangles, zeb::plexa::ELT_TRIA3) || !count_edges(triangles, edges))
+  boundary_counts edges;
+  if (!m.add_block(triangles, zeb::plexa::ELT_TRIA3) || !count_boundaries(triangles, zeb::plexa::ELT_TRIA3, 0, edges))
     return failure(call, "out of memory");
 
+  if (args.has(JSON)) {
+    // The file first, so that the report says what was written.
+    if (const int status = write_mesh_file(call, *format, output, m)) return status;
+    json_writer j(call.out);
+    j.begin_object();
+    j.text("input", input);
+    j.text("variant", report.binary ? "binary" : "ASCII");
+    j.count("triangles_read", report.triangles);
+    if (report.welded)
+      j.number("tolerance", report.tolerance);
+    else
+      j.null("tolerance");
+    j.count("nodes_read", 3ull * report.triangles);
+    j.count("nodes", m.coords.cols());
+    j.count("degenerate_removed", report.removed);
+    j.count("triangles", triangles.cols());
+    j.count("free_edges", edges.free);
+    j.count("non_manifold_edges", edges.non_manifold);
+    j.text("output", output);
+    j.text("output_format", format->name);
+    j.end_object();
+    j.finish();
+    return EXIT_OK;
+  }
   std::fprintf(call.out, "%s: %s STL, %u triangles\n", input, report.binary ? "binary" : "ASCII", report.triangles);
   if (report.welded)
     std::fprintf(call.out, "tolerance: %s (0.05 x the smallest triangle height)\n",
@@ -116,7 +95,7 @@ int weld_main(const invocation& call) {
 extern const command weld_command = {
     "weld",
     "weld the triangle soup of an STL file into a conforming surface",
-    "Usage: plexa weld <input.stl> <output file>\n"
+    "Usage: plexa weld <input.stl> <output file> [--json]\n"
     "\n"
     "Reads an STL file (ASCII or binary) and welds its triangle soup: every\n"
     "vertex is read as a node of its own, exactly coincident nodes are merged,\n"
@@ -130,7 +109,14 @@ extern const command weld_command = {
     "  - the free edges (of one triangle) and the non-manifold edges (of three\n"
     "    or more) of the welded surface;\n"
     "then writes the welded surface in the format named by the extension of the\n"
-    "output file (.mesh, .vtk, .nas, .bdf, .geo, .stl: see 'plexa help convert').\n",
+    "output file (.mesh, .vtk, .nas, .bdf, .geo, .stl: see 'plexa help convert').\n"
+    "\n"
+    "Options:\n"
+    "  --json  print one JSON object instead of the text: input, variant\n"
+    "          (\"ASCII\" or \"binary\"), triangles_read, tolerance (null when\n"
+    "          nothing was welded), nodes_read, nodes, degenerate_removed,\n"
+    "          triangles, free_edges, non_manifold_edges, output,\n"
+    "          output_format.\n",
     weld_main,
 };
 

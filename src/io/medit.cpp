@@ -103,7 +103,8 @@ void write_section(text_writer& w, const medit_kind& kind, unsigned count) {
 // The writer behind every overload: blocks [first, last), block i of type
 // types[i], with type_count types given.
 int write_mesh(const char* path, const dense2D<double>& pos, const dense2D<unsigned>* first,
-               const dense2D<unsigned>* last, const int* types, unsigned type_count) {
+               const dense2D<unsigned>* last, const int* types, unsigned type_count,
+               const write_options& options = write_options()) {
   const unsigned d = pos.rows(), n = pos.cols();
   if (d == 0 || d > 3) return -2;
   if (const int r = detail::check_blocks(first, last, types, type_count, n)) return r;
@@ -115,6 +116,7 @@ int write_mesh(const char* path, const dense2D<double>& pos, const dense2D<unsig
   output_file file(path);
   if (!file) return -1;
   text_writer w(file.get());
+  w.set_digits(options.digits);
   write_header(w, d);
   write_vertices(w, pos);
 
@@ -167,13 +169,14 @@ class ranged_blocks {
 
 int write_ranged_mesh(const char* path, const dense2D<double>& pos, const dense2D<unsigned>& connect,
                       const dense1D<unsigned, 8>& ranges, const dense1D<int, 8>& types,
-                      const dense1D<unsigned, 8>& refs) {
+                      const dense1D<unsigned, 8>& refs, const write_options& options) {
   const unsigned d = pos.rows(), n = pos.cols();
   if (d == 0 || d > 3) return -2;
   if (const int r = detail::check_ranged_blocks(connect, ranges, types, refs, n)) return r;
   output_file file(path);
   if (!file) return -1;
   text_writer w(file.get());
+  w.set_digits(options.digits);
   write_header(w, d);
   write_vertices(w, pos);
   const ranged_blocks blocks(connect, ranges, types);
@@ -223,8 +226,8 @@ class view_array {
 }  // namespace
 
 int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
-                 const dense2D<unsigned int>* last, const dense1D<int, 8>& types) {
-  return write_mesh(path, pos, first, last, types.data(), types.size());
+                 const dense2D<unsigned int>* last, const dense1D<int, 8>& types, const write_options& options) {
+  return write_mesh(path, pos, first, last, types.data(), types.size(), options);
 }
 
 int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
@@ -242,8 +245,8 @@ int medit_output(const char* path, const dense2D<double>& pos, const dense2D<uns
 
 int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                  const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                 const dense1D<unsigned int, 8>& refs) {
-  return write_ranged_mesh(path, pos, connect, ranges, types, refs);
+                 const dense1D<unsigned int, 8>& refs, const write_options& options) {
+  return write_ranged_mesh(path, pos, connect, ranges, types, refs, options);
 }
 
 int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
@@ -307,13 +310,14 @@ void write_columns(text_writer& w, const dense2D<double>& m) {
 
 // The keyword layout: one field at the vertices, of the kind that the row
 // count gives in dimension dim.
-int write_keyword_solution(std::FILE* f, unsigned dim, const dense2D<double>& values) {
+int write_keyword_solution(std::FILE* f, unsigned dim, const dense2D<double>& values, const write_options& options) {
   if (!f || std::ferror(f)) return -1;
   if (dim != 2 && dim != 3) return -2;
   const unsigned rows = values.rows();
   const unsigned kind = rows == 1 ? 1 : rows == dim ? 2 : rows == dim * (dim + 1) / 2 ? 3 : 0;
   if (kind == 0) return -3;
   text_writer w(f);
+  w.set_digits(options.digits);
   // Version 2: other tools then read the values as doubles, so that they
   // get the printed numbers exactly.
   w.put("MeshVersionFormatted 2\nDimension ");
@@ -330,20 +334,23 @@ int write_keyword_solution(std::FILE* f, unsigned dim, const dense2D<double>& va
 
 }  // namespace
 
-int medit_solution_output(std::FILE* f, unsigned int dim, const dense2D<double>& values) {
-  return write_keyword_solution(f, dim, values);
+int medit_solution_output(std::FILE* f, unsigned int dim, const dense2D<double>& values,
+                          const write_options& options) {
+  return write_keyword_solution(f, dim, values, options);
 }
 
-int medit_solution_output(const char* path, unsigned int dim, const dense2D<double>& values) {
+int medit_solution_output(const char* path, unsigned int dim, const dense2D<double>& values,
+                          const write_options& options) {
   output_file file(path);
   if (!file) return -1;
-  return file.close(write_keyword_solution(file.get(), dim, values));
+  return file.close(write_keyword_solution(file.get(), dim, values, options));
 }
 
-int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& values) {
+int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& values, const write_options& options) {
   output_file file(path);
   if (!file) return -1;
   text_writer w(file.get());
+  w.set_digits(options.digits);
   const unsigned n = values.size();
   write_solution_header(w, dim, 1, n);
   const double* v = values.data();
@@ -356,16 +363,17 @@ int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& v
   return file.close(w);
 }
 
-int medit_vector(const char* path, unsigned int dim, const dense2D<double>& vectors) {
+int medit_vector(const char* path, unsigned int dim, const dense2D<double>& vectors, const write_options& options) {
   output_file file(path);
   if (!file) return -1;
   text_writer w(file.get());
+  w.set_digits(options.digits);
   write_solution_header(w, dim, vectors.rows(), vectors.cols());
   write_columns(w, vectors);
   return file.close(w);
 }
 
-int medit_tensor(const char* path, const dense2D<double>& tensors) {
+int medit_tensor(const char* path, const dense2D<double>& tensors, const write_options& options) {
   output_file file(path);
   if (!file) return -1;
   const unsigned rows = tensors.rows();
@@ -374,6 +382,7 @@ int medit_tensor(const char* path, const dense2D<double>& tensors) {
   // always seen it.
   if (rows != 3 && rows != 6) return -2;
   text_writer w(file.get());
+  w.set_digits(options.digits);
   write_solution_header(w, rows == 6 ? 3 : 2, rows, tensors.cols());
   write_columns(w, tensors);
   return file.close(w);

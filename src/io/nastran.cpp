@@ -92,13 +92,15 @@ void write_card(text_writer& w, const nastran_card& card, unsigned id, unsigned 
 }
 
 int write_deck(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned>& connect,
-               const dense1D<unsigned, 8>& ranges, const dense1D<int, 8>& types, const dense1D<unsigned, 8>& pids) {
+               const dense1D<unsigned, 8>& ranges, const dense1D<int, 8>& types, const dense1D<unsigned, 8>& pids,
+               const write_options& options = write_options()) {
   if (!f || std::ferror(f)) return -1;
   if (pos.rows() != 2 && pos.rows() != 3) return -2;
   if (const int r = detail::check_ranged_blocks(connect, ranges, types, pids, NO_INDEX)) return r;
   const unsigned blocks = types.size(), rows = connect.rows();
 
   text_writer w(f);
+  w.set_digits(options.digits);
   w.put("$ ZEB Plexa(R) NASTRAN exporter\n"
         "BEGIN BULK\n"
         "$----------------------------------------\n"
@@ -185,8 +187,8 @@ int write_joined(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigne
 
 int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                    const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                   const dense1D<unsigned int, 8>& pids) {
-  return write_deck(f, pos, connect, ranges, types, pids);
+                   const dense1D<unsigned int, 8>& pids, const write_options& options) {
+  return write_deck(f, pos, connect, ranges, types, pids, options);
 }
 
 int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
@@ -209,10 +211,10 @@ int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsig
 
 int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                    const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                   const dense1D<unsigned int, 8>& pids) {
+                   const dense1D<unsigned int, 8>& pids, const write_options& options) {
   output_file file(path);
   if (!file) return -1;
-  return file.close(NASTRAN_output(file.get(), pos, connect, ranges, types, pids));
+  return file.close(NASTRAN_output(file.get(), pos, connect, ranges, types, pids, options));
 }
 
 int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,

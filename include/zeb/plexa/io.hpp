@@ -6,6 +6,7 @@
 //   zeb/plexa/io/ensight.hpp   EnSight ASCII geometry files
 //   zeb/plexa/io/stl.hpp       STL surfaces, ASCII and binary, read and written
 //   zeb/plexa/io/obj.hpp       Wavefront OBJ polygon meshes, read and written
+//   zeb/plexa/io/write_options.hpp  the digits of the numbers the writers write
 //
 // Every reader parses its numbers itself too, as scanf's "%lg" reads them in
 // the C locale, and survives any bytes: a damaged file gives a result code.
@@ -22,3 +23,4 @@
 #include <zeb/plexa/io/obj.hpp>
 #include <zeb/plexa/io/stl.hpp>
 #include <zeb/plexa/io/vtk.hpp>
+#include <zeb/plexa/io/write_options.hpp>

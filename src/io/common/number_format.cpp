@@ -21,6 +21,8 @@
 
 #include <bit>
 #include <cassert>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -340,6 +342,55 @@ char* format_exponent(double value, exponent_form form, unsigned width, char* ou
 
 char* format_exponent_exact(double value, exponent_form form, char* out) noexcept {
   return write_exponent(value, form, 0, out, true);
+}
+
+namespace {
+
+// The text of `value` in `buffer` (REAL_TEXT_MAX bytes): scientific with
+// `precision` digits after the point, or the shortest scientific text for
+// precision -1, or the shortest text of any form for `any_form`.  Returns
+// its length.
+unsigned real_text(double value, int precision, bool any_form, char* buffer) noexcept {
+  std::to_chars_result r;
+  if (any_form)
+    r = std::to_chars(buffer, buffer + REAL_TEXT_MAX, value);
+  else if (precision < 0)
+    r = std::to_chars(buffer, buffer + REAL_TEXT_MAX, value, std::chars_format::scientific);
+  else
+    r = std::to_chars(buffer, buffer + REAL_TEXT_MAX, value, std::chars_format::scientific, precision);
+  return unsigned(r.ptr - buffer);
+}
+
+}  // namespace
+
+char* format_real(double value, int digits, char letter, unsigned width, char* out) noexcept {
+  char text[REAL_TEXT_MAX];
+  unsigned n;
+  if (width == 0) {
+    n = real_text(value, digits > 0 ? digits - 1 : -1, digits <= 0, text);
+  } else {
+    // The digits asked for, then fewer until the text fits its field.
+    n = real_text(value, digits > 0 ? digits - 1 : -1, false, text);
+    if (n > width && std::isfinite(value)) {
+      const char* e = static_cast<const char*>(std::memchr(text, 'e', n));
+      int precision = e && text[1 + (text[0] == '-')] == '.' ? int(e - text) - 2 - (text[0] == '-') : 0;
+      while (n > width && precision > 0) n = real_text(value, --precision, false, text);
+    }
+  }
+  // A number in a fixed field keeps a decimal point ("1.E+00"): some
+  // readers of such fields take a number without one for an integer.
+  if (width != 0 && std::isfinite(value) && !std::memchr(text, '.', n) && n < width) {
+    const unsigned point = 1 + (text[0] == '-');
+    std::memmove(text + point + 1, text + point, n - point);
+    text[point] = '.';
+    ++n;
+  }
+  if (letter == 'E')
+    for (unsigned k = 0; k < n; ++k)
+      if (text[k] >= 'a' && text[k] <= 'z') text[k] = char(text[k] - 'a' + 'A');
+  for (unsigned k = n; k < width; ++k) *out++ = ' ';
+  std::memcpy(out, text, n);
+  return out + n;
 }
 
 char* format_fixed(double value, char* out) noexcept {

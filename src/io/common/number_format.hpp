@@ -14,6 +14,8 @@ namespace detail {
 constexpr unsigned EXPONENT_TEXT_MAX = 14;
 constexpr unsigned FIXED_TEXT_MAX = 317;
 constexpr unsigned INT_TEXT_MAX = 11;
+// format_real without a field: "-1.2345678901234567e-308".
+constexpr unsigned REAL_TEXT_MAX = 24;
 
 // An exponent form: the digits after the point (1 to 6) and the exponent
 // letter, 'E' (upper-case text, "INF", "NAN") or 'e' (lower-case, "inf",
@@ -39,6 +41,16 @@ char* format_exponent(double value, exponent_form form, unsigned width, char* ou
 // The same text computed entirely with exact big-integer arithmetic: the
 // slow path that format_exponent falls back to near ties, open to tests.
 char* format_exponent_exact(double value, exponent_form form, char* out) noexcept;
+
+// Writes `value` with `digits` significant digits (write_options::digits):
+// 1 to 17, "%.<digits-1>e" (letter 'e') or "%.<digits-1>E" (letter 'E');
+// -1, the shortest text that reads back as the same double, in the form
+// std::to_chars chooses ("0.1", "1e-07", "-2", "inf", "nan"), the exponent
+// letter upper-case for 'E'.  With a `width` (0: none) the text is
+// right-aligned in it, in exponent form with a decimal point ("1.E+00"),
+// and its digits cut to what the field holds (at least one).  Returns one past the last byte written (at
+// most max(width, REAL_TEXT_MAX) bytes).
+char* format_real(double value, int digits, char letter, unsigned width, char* out) noexcept;
 
 // Writes `value` as "%f" does: the exact binary value rounded to 6 decimals
 // (ties to even), every integer digit, "-" for a negative sign (a negative

@@ -47,16 +47,28 @@ class text_writer {
     std::memcpy(buffer_ + used_, text, n);
     used_ += n;
   }
+  // The significant digits of the reals that follow (write_options::digits):
+  // 0 keeps the forms below as they are; 1 to 17 and SHORTEST_DIGITS (-1)
+  // replace each by format_real, fitted to its field when it has a width.
+  void set_digits(int digits) noexcept { digits_ = digits >= -1 && digits <= 17 ? digits : 0; }
+
   // `value` as "%E" writes it.
   void put_exponent(double value) noexcept {
     make_room(EXPONENT_TEXT_MAX);
+    if (digits_ != 0) {
+      put_exponent(value, UPPER_E, 0);
+      return;
+    }
     used_ = std::size_t(format_exponent(value, buffer_ + used_) - buffer_);
   }
   // `value` in the exponent form, right-aligned in `width` characters:
   // "%16E" is put_exponent(v, UPPER_E, 16), "%12.5e" put_exponent(v, {5, 'e'}, 12).
   void put_exponent(double value, exponent_form form, unsigned width) noexcept {
-    make_room(width > EXPONENT_TEXT_MAX ? width : EXPONENT_TEXT_MAX);
-    used_ = std::size_t(format_exponent(value, form, width, buffer_ + used_) - buffer_);
+    make_room(width > REAL_TEXT_MAX ? width : REAL_TEXT_MAX);
+    char* at = buffer_ + used_;
+    used_ = std::size_t((digits_ != 0 ? format_real(value, digits_, form.letter, width, at)
+                                      : format_exponent(value, form, width, at)) -
+                        buffer_);
   }
   // n values, each as "%E " writes it (a line of a node's coordinates or
   // of a solution).
@@ -68,6 +80,10 @@ class text_writer {
   }
   // `value` as "%f" writes it.
   void put_fixed(double value) noexcept {
+    if (digits_ != 0) {
+      put_exponent(value, LOWER_E, 0);
+      return;
+    }
     make_room(FIXED_TEXT_MAX);
     used_ = std::size_t(format_fixed(value, buffer_ + used_) - buffer_);
   }
@@ -110,6 +126,7 @@ class text_writer {
 
   std::FILE* file_;
   std::size_t used_ = 0;
+  int digits_ = 0;
   bool good_ = true;
   char buffer_[CAPACITY];
 };

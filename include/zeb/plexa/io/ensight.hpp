@@ -12,6 +12,7 @@
 #pragma once
 
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/io/write_options.hpp>
 
 namespace zeb {
 namespace plexa {
@@ -68,8 +69,11 @@ namespace plexa {
 //       the node count);
 //   -1  a write, the flush or the close failed;
 //    0  written.
+// `options` (write_options.hpp): the digits of the coordinates, as many as
+// their 12 characters hold at most; "%12.5e" by default.
 PLEXA_API int ensight_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
-                             const dense2D<unsigned int>* last, const dense1D<int, 8>& types);
+                             const dense2D<unsigned int>* last, const dense1D<int, 8>& types,
+                             const write_options& options = write_options());
 
 // The writer above on two blocks, parts 1 and 2.
 // Returns: as above.

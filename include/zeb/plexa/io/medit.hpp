@@ -16,6 +16,7 @@
 #include <cstdio>
 
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/io/write_options.hpp>
 
 namespace zeb {
 namespace plexa {
@@ -60,8 +61,10 @@ namespace plexa {
 //   -1  a write, the flush or the close failed (a full disk, say): 0 always
 //       means the whole file was written.  The file is closed on every path;
 //    0  written.
+// `options` (write_options.hpp): the digits of the coordinates.
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
-                           const dense2D<unsigned int>* last, const dense1D<int, 8>& types);
+                           const dense2D<unsigned int>* last, const dense1D<int, 8>& types,
+                           const write_options& options = write_options());
 
 // The writer above on one block of type `type`, reference 0.
 // Returns: as above.
@@ -111,7 +114,7 @@ PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const d
 //    0  written.
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                            const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                           const dense1D<unsigned int, 8>& refs);
+                           const dense1D<unsigned int, 8>& refs, const write_options& options = write_options());
 
 // Reads a MEDIT mesh file (text) from the open stream `f`, from its
 // position; the stream is not closed.
@@ -188,7 +191,8 @@ PLEXA_API int medit_input(const char* path, dense2D<double>& pos, dense2D<unsign
 // file.
 // Returns: -1 when the file cannot be opened; -1 when a write, the flush or
 // the close failed; 0.
-PLEXA_API int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& values);
+PLEXA_API int medit_scalar(const char* path, unsigned int dim, const dense1D<double, 8>& values,
+                           const write_options& options = write_options());
 
 // Writes one vector per node.
 // Inputs: path; dim, written as given; vectors, one column per node.
@@ -196,7 +200,8 @@ PLEXA_API int medit_scalar(const char* path, unsigned int dim, const dense1D<dou
 // column.
 // Returns: -1 when the file cannot be opened; -1 when a write, the flush or
 // the close failed; 0.
-PLEXA_API int medit_vector(const char* path, unsigned int dim, const dense2D<double>& vectors);
+PLEXA_API int medit_vector(const char* path, unsigned int dim, const dense2D<double>& vectors,
+                           const write_options& options = write_options());
 
 // Writes one packed symmetric tensor per node.
 // Inputs: path; tensors, one column per node of 3 rows in 2-D, 6 in 3-D, in
@@ -207,7 +212,8 @@ PLEXA_API int medit_vector(const char* path, unsigned int dim, const dense2D<dou
 // `tensors` has neither 3 nor 6 rows, which is tested after opening the
 // file: the empty file is left behind (closed); -1 when a write, the flush
 // or the close fails; 0.
-PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors);
+PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors,
+                           const write_options& options = write_options());
 
 // ---------------------------------------------------------------------------
 // MEDIT solution files, keyword layout (".sol"), as written:
@@ -231,11 +237,13 @@ PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors);
 //   -3  values has another row count;
 //   -1  a write or the flush failed;
 //    0  written.
-PLEXA_API int medit_solution_output(std::FILE* f, unsigned int dim, const dense2D<double>& values);
+PLEXA_API int medit_solution_output(std::FILE* f, unsigned int dim, const dense2D<double>& values,
+                                    const write_options& options = write_options());
 // The same to the file `path`, which is opened first (-1 when it cannot be
 // opened, a null path included) and closed on every path: a failed check
 // leaves it empty.  A failing close turns a success into -1.
-PLEXA_API int medit_solution_output(const char* path, unsigned int dim, const dense2D<double>& values);
+PLEXA_API int medit_solution_output(const char* path, unsigned int dim, const dense2D<double>& values,
+                                    const write_options& options = write_options());
 
 // Reads a solution file of either layout from the open stream `f`, from its
 // position; the stream is not closed.  Tokens, comments and numbers are

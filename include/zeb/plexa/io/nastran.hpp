@@ -14,6 +14,7 @@
 #include <cstdio>
 
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/io/write_options.hpp>
 
 namespace zeb {
 namespace plexa {
@@ -74,9 +75,11 @@ namespace plexa {
 //       (fewer rows than its type needs and out-of-range types included);
 //   -1  a write or the flush failed;
 //    0  written.
+// `options` (write_options.hpp): the digits of the coordinates, as many as
+// the 16 characters of a large field hold at most; "%16E" by default.
 PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                             const dense1D<unsigned int, 8>& pids);
+                             const dense1D<unsigned int, 8>& pids, const write_options& options = write_options());
 
 // The stream writer above on two blocks: the connectivities are joined into
 // one matrix of as many rows as the larger node count of the two types
@@ -102,7 +105,7 @@ PLEXA_API int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const den
 // forms); a failing close turns a success into -1.
 PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                             const dense1D<unsigned int, 8>& pids);
+                             const dense1D<unsigned int, 8>& pids, const write_options& options = write_options());
 PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect1,
                              const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,

@@ -60,6 +60,7 @@
 #include <vector>
 
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/io/write_options.hpp>
 
 namespace zeb {
 namespace plexa {
@@ -130,7 +131,7 @@ PLEXA_API int WavefrontOBJ_input(const char* path, dense2D<double>& pos, dense2D
 //    0  written.
 PLEXA_API int WavefrontOBJ_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                                   const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                                  const dense1D<unsigned int, 8>& ids);
+                                  const dense1D<unsigned int, 8>& ids, const write_options& options = write_options());
 // The same with the group of element j named names[ids[j]] (the shape that
 // WavefrontOBJ_input returns, so that a file read writes back as it was).
 // Returns: the codes above, and after the -3 of the blocks:
@@ -139,16 +140,18 @@ PLEXA_API int WavefrontOBJ_output(std::FILE* f, const dense2D<double>& pos, cons
 //       '#', a blank at its start or end or two in a row, a final '\'.
 PLEXA_API int WavefrontOBJ_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                                   const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                                  const dense1D<unsigned int, 8>& ids, const std::vector<std::string>& names);
+                                  const dense1D<unsigned int, 8>& ids, const std::vector<std::string>& names,
+                                  const write_options& options = write_options());
 // Both to the file `path`, which is opened first (-1 when it cannot be
 // opened, a null path included) and closed on every path: a failed check
 // leaves it empty.  A failing close turns a success into -1.
 PLEXA_API int WavefrontOBJ_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                                   const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                                  const dense1D<unsigned int, 8>& ids);
+                                  const dense1D<unsigned int, 8>& ids, const write_options& options = write_options());
 PLEXA_API int WavefrontOBJ_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                                   const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
-                                  const dense1D<unsigned int, 8>& ids, const std::vector<std::string>& names);
+                                  const dense1D<unsigned int, 8>& ids, const std::vector<std::string>& names,
+                                  const write_options& options = write_options());
 
 }  // namespace plexa
 }  // namespace zeb

@@ -15,6 +15,7 @@
 #include <cstdio>
 
 #include <zeb/plexa/core.hpp>
+#include <zeb/plexa/io/write_options.hpp>
 
 namespace zeb {
 namespace plexa {
@@ -92,8 +93,11 @@ PLEXA_API int vtk_convert(const dense2D<unsigned int>& connect, element_type typ
 //   -5  cell_types.size() differs from ncells;
 //   -1  a write or the flush failed;
 //    0  written.
+// `options` (write_options.hpp): the digits of the coordinates, "%f" by
+// default.
 PLEXA_API int vtk_output(std::FILE* f, const dense2D<double>& pos, unsigned int ncells,
-                         const dense1D<unsigned int, 8>& cells, const dense1D<unsigned int, 8>& cell_types);
+                         const dense1D<unsigned int, 8>& cells, const dense1D<unsigned int, 8>& cell_types,
+                         const write_options& options = write_options());
 
 // Writes the mesh of nodes `pos` and the connectivity blocks [first, last)
 // to a file.  Mixed blocks (ELT_FACE_MIX, ELT_SOLID_MIX) are split by element
@@ -116,8 +120,10 @@ PLEXA_API int vtk_output(std::FILE* f, const dense2D<double>& pos, unsigned int 
 //       ELT_EDGE_MIX, ELT_PYRA13, ELT_WEDGE15);
 //   -1  a write, the flush or the close failed;
 //    0  written.
+// `options`: as above.
 PLEXA_API int vtk_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>* first,
-                         const dense2D<unsigned int>* last, const dense1D<int, 8>& types);
+                         const dense2D<unsigned int>* last, const dense1D<int, 8>& types,
+                         const write_options& options = write_options());
 
 // The file writer above on two blocks.
 // Returns: as above.

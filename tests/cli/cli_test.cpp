@@ -29,18 +29,23 @@ TEST(Cli, VersionAndHelpPrintExactly) {
       "\n"
       "Commands:\n"
       "  demo     describe the built-in mesh of mixed solids and write it as MEDIT files\n"
-      "  convert  write a mesh in another file format\n"
       "  info     describe what a mesh or solution file holds\n"
+      "  check    list what is wrong with a mesh (exit status 3 when something is)\n"
       "  quality  measure the shape quality and the Jacobians of the elements of a mesh\n"
+      "  sizemap  make a size field on a mesh, bounded and graded, as a solution file\n"
+      "  convert  write a mesh in another file format\n"
       "  weld     weld the triangle soup of an STL file into a conforming surface\n"
       "\n"
       "Run 'plexa help <command>' for the arguments of a command.\n";
   const std::string demo = "Usage: plexa demo [--output-dir <folder>]\n\n";
   const std::string convert =
-      "Usage: plexa convert <input> <output>\n       plexa convert [<input> | builtin] --output <output>\n\n";
-  const std::string info = "Usage: plexa info <file> | builtin\n\n";
-  const std::string weld = "Usage: plexa weld <input.stl> <output file>\n\n";
-  const std::string quality = "Usage: plexa quality [builtin | <mesh file>] [--worst <n>]\n\n";
+      "Usage: plexa convert <input> <output> [options]\n"
+      "       plexa convert [<input> | builtin] --output <output> [options]\n\n";
+  const std::string info = "Usage: plexa info <file> | builtin [--json]\n\n";
+  const std::string weld = "Usage: plexa weld <input.stl> <output file> [--json]\n\n";
+  const std::string quality = "Usage: plexa quality [builtin | <mesh file>] [--worst <n>] [--json]\n\n";
+  const std::string check = "Usage: plexa check [builtin | <mesh file>] [--tolerance <t>] [--json]\n\n";
+  const std::string help = "Usage: plexa help [<command>]\n\n";
   // The whole output, or the first lines of a command's help.
   const struct {
     std::vector<const char*> args;
@@ -52,7 +57,9 @@ TEST(Cli, VersionAndHelpPrintExactly) {
                {{"help", "convert"}, convert, false},     {{"convert", "--help"}, convert, false},
                {{"help", "quality"}, quality, false},     {{"quality", "-h"}, quality, false},
                {{"help", "info"}, info, false},           {{"info", "--help"}, info, false},
-               {{"help", "weld"}, weld, false},           {{"weld", "--help"}, weld, false}};
+               {{"help", "weld"}, weld, false},           {{"weld", "--help"}, weld, false},
+               {{"help", "check"}, check, false},         {{"check", "-h"}, check, false},
+               {{"help", "help"}, help, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.args[0]) + (c.args.size() > 1 ? c.args[1] : ""));
     const result r = run(c.args);
@@ -72,6 +79,8 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
   auto weld = [](const std::string& m) { return "plexa weld: " + m + " (see 'plexa help weld')\n"; };
   auto info = [](const std::string& m) { return "plexa info: " + m + " (see 'plexa help info')\n"; };
+  auto check = [](const std::string& m) { return "plexa check: " + m + " (see 'plexa help check')\n"; };
+  auto sizemap = [](const std::string& m) { return "plexa sizemap: " + m + " (see 'plexa help sizemap')\n"; };
   const std::string known = ".mesh, .vtk, .nas, .bdf, .obj, .stl, .geo";
   const std::string readable = ".mesh, .obj, .stl";
   const struct {
@@ -121,6 +130,28 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       {{"weld", "--ascii"}, weld("unknown option '--ascii'")},
       {{"weld", "in.vtk", path.c_str()}, weld("the input 'in.vtk' is not an STL file (.stl)")},
       {{"weld", "in.stl", "out.stl2"}, weld("unknown output format of 'out.stl2' (known: " + known + ")")},
+      // The forms every command takes.
+      {{"quality", "--worst=3", "--worst", "4"}, quality("option '--worst' given twice")},
+      {{"quality", "--json=yes"}, quality("option '--json' takes no value")},
+      {{"quality", "--worst="}, quality("invalid count '' of '--worst'")},
+      {{"convert", "-o", "a.mesh", "--output=b.mesh"}, convert("option '--output' given twice")},
+      {{"convert", "--digits", "18", "-o", "a.mesh"}, convert("invalid count '18' of '--digits' (0 to 17)")},
+      {{"convert", "--quality", "-o", "a.mesh"},
+       convert("'--quality' writes VTK cell data: the output must be a .vtk file")},
+      {{"convert", "a.sol", "b.bb", "--quality"}, convert("'--quality' applies to meshes, not to solutions")},
+      {{"check", "--tolerance", "-1"}, check("invalid tolerance '-1' (a number, 0 or more)")},
+      {{"check", "--tolerance=x"}, check("invalid tolerance 'x' (a number, 0 or more)")},
+      {{"check", "a.mesh", "b.mesh"}, check("unexpected argument 'b.mesh'")},
+      {{"sizemap"}, sizemap("missing output file ('-o <file>')")},
+      {{"sizemap", "-o", "s.mesh"}, sizemap("unknown solution format of 's.mesh' (known: .sol, .bb)")},
+      {{"sizemap", "-o", "s.sol", "--gradation", "1", "--variation", "1"},
+       sizemap("'--gradation' and '--variation' exclude each other")},
+      {{"sizemap", "-o", "s.sol", "--hmax", "0"}, sizemap("invalid value '0' of '--hmax' (a number, above 0)")},
+      {{"sizemap", "-o", "s.sol", "--gradation=-1"},
+       sizemap("invalid value '-1' of '--gradation' (a number, 0 or more)")},
+      {{"sizemap", "-o", "s.sol", "--hmin", "2", "--hmax", "1"}, sizemap("'--hmin' is above '--hmax'")},
+      {{"sizemap", "-o", "s.sol", "--metric", "m.sol", "--exponent", "2"},
+       sizemap("'--exponent' generates a field: not with '--metric'")},
   };
   for (const auto& c : cases) {
     const result r = run(c.args);

@@ -27,7 +27,8 @@ std::string expected_file(const std::string& path, Move move) {
   EXPECT_TRUE(plexa_cli::builtin_mesh(coords, solids));
   move(coords);
   zeb::dense1D<int, 8> types(1, int(zeb::plexa::ELT_SOLID_MIX));
-  EXPECT_EQ(zeb::plexa::medit_output(path.c_str(), coords, &solids, &solids + 1, types), 0);
+  EXPECT_EQ(zeb::plexa::medit_output(path.c_str(), coords, &solids, &solids + 1, types, {zeb::plexa::SHORTEST_DIGITS}),
+            0);
   return plexa_test::read_file(path);
 }
 
@@ -44,7 +45,11 @@ TEST(ConvertTransforms, AppliesTheTransformsInTheOrderGiven) {
     zeb::plexa::translate(c, V3(1, -2.5, 3));
     zeb::plexa::zoom(c, V3(0, 0, 0), 2.0);
     zeb::plexa::rotate(c, V3(0, 0, 0), V3(0, 30 * deg, 40 * deg));
-    zeb::plexa::rotate(c, V2(0, 0), -90 * deg);
+    // A quarter turn is exact: (x, y) becomes (y, -x).
+    for (unsigned j = 0; j < c.cols(); ++j) {
+      const double x = c(0, j);
+      c(0, j) = c(1, j), c(1, j) = x == 0 ? 0.0 : -x;
+    }
   });
   EXPECT_EQ(plexa_test::read_file(out), want);
   const std::string unmoved = expected_file(ref, [](zeb::dense2D<double>&) {});
@@ -74,4 +79,52 @@ TEST(ConvertTransforms, MalformedValuesAreUsageErrors) {
   std::vector<const char*> many = {"convert", "-o", "x.mesh"};
   for (int k = 0; k < 17; ++k) many.insert(many.end(), {"--scale", "2"});
   EXPECT_EQ(run(many).status, 2);
+}
+
+// Quarter turns move coordinates exactly, about z or a coordinate axis, in
+// the plane or in space; other angles go through the library's rotation.
+TEST(ConvertTransforms, QuarterTurnsAreExact) {
+  plexa_test::scratch_dir dir;
+  const std::string out = dir.file("turned.mesh"), ref = dir.file("ref.mesh");
+  const struct {
+    const char* value;
+    unsigned a, b;  // the plane turned, from a towards b
+    int turns;
+  } cases[] = {{"90", 0, 1, 1}, {"-90", 0, 1, 3}, {"450", 0, 1, 1}, {"180", 0, 1, 2},
+               {"0,0,270", 0, 1, 3}, {"90,0,0", 1, 2, 1}, {"0,-90,0", 2, 0, 3}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.value);
+    ASSERT_EQ(run({"convert", "-o", out.c_str(), "--rotate", c.value}).status, 0);
+    EXPECT_EQ(plexa_test::read_file(out), expected_file(ref, [&](zeb::dense2D<double>& m) {
+                for (unsigned j = 0; j < m.cols(); ++j)
+                  for (int k = 0; k < c.turns; ++k) {
+                    const double x = m(c.a, j);
+                    m(c.a, j) = m(c.b, j) == 0 ? 0.0 : -m(c.b, j), m(c.b, j) = x;
+                  }
+              }));
+  }
+  // 30 degrees: the library's rotation, zeros not kept.
+  ASSERT_EQ(run({"convert", "-o", out.c_str(), "--rotate", "30"}).status, 0);
+  EXPECT_EQ(plexa_test::read_file(out), expected_file(ref, [](zeb::dense2D<double>& m) {
+              zeb::plexa::rotate(m, V2(0, 0), 30 * M_PI / 180);
+            }));
+}
+
+TEST(ConvertTransforms, MirroringSaysSo) {
+  plexa_test::scratch_dir dir;
+  const std::string out = dir.file("m.mesh");
+  const std::string warning =
+      "plexa convert: warning: the transforms mirror the mesh (a negative scale in 3-D): its elements are now "
+      "inside out\n";
+  auto r = run({"convert", "-o", out.c_str(), "--scale", "-1"});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, warning);
+  r = run({"convert", "-o", out.c_str(), "--scale=-1", "--scale", "-2"});  // mirrored twice: not mirrored
+  EXPECT_EQ(r.err, "");
+  const std::string flat = dir.file("flat.mesh");
+  ASSERT_TRUE(plexa_test::write_file(
+      flat, "MeshVersionFormatted 1\nDimension 2\nVertices\n3\n0 0 0\n1 0 0\n0 1 0\nTriangles\n1\n1 2 3 0\nEnd\n"));
+  r = run({"convert", flat.c_str(), "-o", out.c_str(), "--scale", "-1"});  // a half turn in 2-D
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
 }

@@ -83,7 +83,10 @@ TEST(ConvertFiles, MeshesAndSolutionsGoFromFormatToFormatAndBack) {
   EXPECT_EQ(r.out, "wrote " + bb + " (MEDIT solution, header layout): 17 nodes, 1 values per node\n");
   EXPECT_EQ(read_file(bb).substr(0, 9), "3 1 17 2\n");
   ASSERT_EQ(run({"convert", bb.c_str(), sol.c_str()}).status, 0);
-  EXPECT_EQ(read_file(sol), read_file(demo + "/demo.sol"));
+  const std::string direct = dir.file("direct.sol");
+  ASSERT_EQ(run({"convert", (demo + "/demo.sol").c_str(), direct.c_str()}).status, 0);
+  EXPECT_EQ(read_file(sol), read_file(direct));
+  EXPECT_NE(read_file(sol).find("\n1.414214 \n"), std::string::npos);
 }
 
 TEST(ConvertFiles, UnreadableFilesFailWithOneLine) {

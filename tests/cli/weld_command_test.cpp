@@ -61,7 +61,10 @@ TEST(Weld, ReportsTheWeldAndTheEdges) {
   zeb::dense2D<unsigned> triangles;
   ASSERT_EQ(zeb::plexa::STL_input(in.c_str(), pos, triangles), 0);
   const std::string reference = dir.file("reference.vtk");
-  ASSERT_EQ(zeb::plexa::vtk_output(reference.c_str(), pos, triangles, zeb::plexa::ELT_TRIA3), 0);
+  const zeb::dense1D<int, 8> types(1, int(zeb::plexa::ELT_TRIA3));
+  ASSERT_EQ(zeb::plexa::vtk_output(reference.c_str(), pos, &triangles, &triangles + 1, types,
+                                   {zeb::plexa::SHORTEST_DIGITS}),
+            0);
   EXPECT_EQ(read_file(out), read_file(reference));
 
   // Degenerate triangles only: nothing welded.
@@ -96,7 +99,7 @@ TEST(Weld, FailuresSayWhy) {
   const std::string unwritable = dir.file("no-folder/out.vtk");
   r = run({"weld", in.c_str(), unwritable.c_str()});
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "plexa weld: cannot write '" + unwritable + "'\n");
+  EXPECT_EQ(r.err, "plexa weld: cannot write '" + unwritable + "': No such file or directory\n");
 }
 
 // convert reads STL files (welded) and writes the faces of any mesh as

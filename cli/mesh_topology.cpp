@@ -103,17 +103,6 @@ bool count_boundaries(const zeb::dense2D<unsigned>& cells, element_type type, un
   return true;
 }
 
-bool count_subdomains(const zeb::dense2D<unsigned>& cells, element_type type, unsigned& count) {
-  count = 0;
-  if (cells.empty() || cells.cols() == 0) return true;
-  zeb::dense2D<unsigned> neighbors;
-  zeb::dense1D<unsigned, 8> elements, offsets;
-  if (get_neighbors(cells, type, true, neighbors) != 0 || get_subdomains(neighbors, elements, offsets) != 0)
-    return false;
-  count = offsets.size() - 1;
-  return true;
-}
-
 namespace {
 
 unsigned root(std::vector<unsigned>& parent, unsigned v) {
@@ -122,6 +111,27 @@ unsigned root(std::vector<unsigned>& parent, unsigned v) {
 }
 
 }  // namespace
+
+bool count_subdomains(const zeb::dense2D<unsigned>& cells, element_type type, unsigned& count) {
+  count = 0;
+  if (cells.empty() || cells.cols() == 0) return true;
+  zeb::dense2D<unsigned> neighbors;
+  if (get_neighbors(cells, type, true, neighbors) != 0) return false;
+  // The links of a boundary of three or more elements are not symmetric
+  // (the first element names only the last one): the adjacency is walked
+  // both ways.
+  try {
+    std::vector<unsigned> parent(cells.cols());
+    std::iota(parent.begin(), parent.end(), 0u);
+    for (unsigned e = 0; e < cells.cols(); ++e)
+      for (unsigned j = 0; j < neighbors.rows(); ++j)
+        if (neighbors(j, e) < cells.cols()) parent[root(parent, neighbors(j, e))] = root(parent, e);
+    for (unsigned e = 0; e < cells.cols(); ++e) count += root(parent, e) == e;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
+}
 
 bool count_parts(const mesh& m, unsigned& parts) {
   parts = 0;

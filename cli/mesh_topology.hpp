@@ -37,8 +37,9 @@ struct boundary_counts {
 bool count_boundaries(const zeb::dense2D<unsigned>& cells, zeb::plexa::element_type type, unsigned keep,
                       boundary_counts& counts);
 
-// The number of sub-domains of `cells` (components of the adjacency through
-// shared boundaries); false when memory runs out.
+// The number of sub-domains of `cells`: groups of elements joined through
+// shared boundaries (those of three or more elements included).  False when
+// memory runs out.
 bool count_subdomains(const zeb::dense2D<unsigned>& cells, zeb::plexa::element_type type, unsigned& count);
 
 // The number of connected parts of the mesh: groups of elements joined

@@ -378,6 +378,7 @@ extern const command sizemap_command = {
     "  --gradation <g>      the bound of the gradation (0 or more; default 0.3)\n"
     "  --variation <v>      bound the variation to v instead\n"
     "  --freeze-boundary    keep the values of the nodes of the free boundary\n"
+    "                       in step 3 (the bounds of step 2 apply to them)\n"
     "  --metric <file>      start from the field of this solution file\n"
     "  --json               print one JSON object instead of the text: mesh,\n"
     "                       nodes, elements, field (the file read, or null),\n"

@@ -246,3 +246,41 @@ TEST(NumberFormatSweep, ManyMillionsMatchSnprintf) {
 }
 
 }  // namespace
+
+// format_real: n digits as "%.<n-1>e" and "%.<n-1>E"; the shortest text
+// reads back as the same double; in a field, the most digits that fit, a
+// decimal point always, and the value within what those digits hold.
+TEST(NumberFormat, RealsWithChosenDigits) {
+  using zeb::plexa::detail::format_real;
+  auto gen = plexa_test::rng(31);
+  char mine[64], theirs[64];
+  for (int k = 0; k < 20000; ++k) {
+    double v = from_bits(gen());
+    if (k % 3 == 0) v = std::ldexp(double(gen() % 2000001) - 1e6, int(gen() % 80) - 40);
+    for (int digits = 1; digits <= 17; digits += 4) {
+      const char letter = digits % 2 ? 'e' : 'E';
+      const std::string conversion = "%." + std::to_string(digits - 1) + letter;
+      std::snprintf(theirs, sizeof theirs, conversion.c_str(), v);
+      if (std::isnan(v)) continue;  // the sign of a NaN is not printf's to tell
+      ASSERT_EQ(std::string(mine, format_real(v, digits, letter, 0, mine)), theirs) << conversion;
+    }
+    if (!std::isfinite(v)) continue;
+    const std::string shortest(mine, format_real(v, -1, 'E', 0, mine));
+    ASSERT_EQ(std::strtod(shortest.c_str(), nullptr), v) << shortest;
+    for (unsigned width : {12u, 16u}) {
+      const std::string fitted(mine, format_real(v, -1, 'E', width, mine));
+      ASSERT_EQ(fitted.size(), width) << fitted;
+      ASSERT_NE(fitted.find('.'), std::string::npos) << fitted;
+      ASSERT_NE(fitted.find('E'), std::string::npos) << fitted;
+      // Either the shortest text fits, or as many digits as the field holds:
+      // relative error below 10^-(digits - 1), digits >= width - 7.
+      const double back = std::strtod(fitted.c_str(), nullptr);
+      if (back != v) ASSERT_LT(std::fabs(back - v), std::fabs(v) * std::pow(10.0, -double(width) + 8.5)) << fitted;
+    }
+  }
+  EXPECT_EQ(std::string(mine, format_real(0.1, -1, 'E', 0, mine)), "0.1");
+  EXPECT_EQ(std::string(mine, format_real(1e-7, -1, 'E', 0, mine)), "1E-07");
+  EXPECT_EQ(std::string(mine, format_real(0.0, -1, 'E', 16, mine)), "          0.E+00");
+  EXPECT_EQ(std::string(mine, format_real(-1.0 / 3, -1, 'E', 16, mine)), "-3.333333333E-01");
+  EXPECT_EQ(std::string(mine, format_real(1.0 / 3, -1, 'e', 12, mine)), "3.333333e-01");
+}

@@ -1,6 +1,7 @@
 // `plexa convert`: reads a mesh and writes it in the format that the output
 // file's extension names (the formats are those of mesh_formats.hpp).
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <new>
 #include <string>
@@ -48,8 +49,10 @@ unsigned vtk_cells(zeb::plexa::element_type type) {
 
 // Appends to the VTK file `path`, written from the blocks of m (none mixed),
 // the shape quality and the scaled Jacobian of every cell as cell data (the
-// element's values on both cells of a higher-order element; NaN, which
-// readers take as no value, for edges).
+// element's values on both cells of a higher-order element).  Edges have no
+// shape to measure: they get 1, so that they never show among the bad
+// elements; an element that could not be measured (NaN) gets 0, as a
+// degenerate one (VTK's readers take no NaN).
 int append_quality(const invocation& call, const char* path, const mesh& m) {
   std::vector<double> qualities, jacobians;
   const char* failed = nullptr;
@@ -58,6 +61,10 @@ int append_quality(const invocation& call, const char* path, const mesh& m) {
     zeb::plexa::result_message(failed, code, reason, sizeof reason);
     return failure(call, "cannot measure the elements: %s", reason);
   }
+  std::size_t e = 0;
+  for (unsigned k = 0; k < m.block_count(); ++k)
+    for (unsigned j = 0; j < (m.blocks[k].empty() ? 0 : m.blocks[k].cols()); ++j, ++e)
+      if (zeb::plexa::element_dim(zeb::plexa::element_type(m.types[k])) < 2) qualities[e] = jacobians[e] = 1;
   std::vector<unsigned> repeats;
   unsigned cells = 0;
   for (unsigned k = 0; k < m.block_count(); ++k) {
@@ -73,7 +80,8 @@ int append_quality(const invocation& call, const char* path, const mesh& m) {
     std::fprintf(f, "SCALARS %s double 1\nLOOKUP_TABLE default\n",
                  values == &qualities ? "shape_quality" : "scaled_jacobian");
     for (std::size_t e = 0; e < values->size(); ++e)
-      for (unsigned r = 0; r < repeats[e]; ++r) std::fprintf(f, "%s\n", format_number((*values)[e]).text);
+      for (unsigned r = 0; r < repeats[e]; ++r)
+        std::fprintf(f, "%s\n", format_number(std::isfinite((*values)[e]) ? (*values)[e] : 0.0).text);
   }
   const bool written = std::fflush(f) == 0 && !std::ferror(f);
   const int error = errno;
@@ -189,8 +197,9 @@ extern const command convert_command = {
     "                       Jacobian of every element as cell data\n"
     "                       (shape_quality, scaled_jacobian; see 'plexa help\n"
     "                       quality'), to colour the mesh by quality in a\n"
-    "                       viewer; edges get NaN.  Mixed blocks are written\n"
-    "                       split by kind.\n"
+    "                       viewer; edges, which have no shape, get 1, and\n"
+    "                       elements that cannot be measured 0.\n"
+    "                       Mixed blocks are written split by kind.\n"
     "\n"
     "Transforms, applied to the coordinates in the order given:\n"
     "  --scale <f>            scale by f about the origin (f finite, not 0)\n"

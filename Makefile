@@ -23,6 +23,13 @@ export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
 .PHONY: all setup build demo test sanitize tsan bench install clean
 
+# $(call quietly,FOLDER,STEP,COMMAND): runs COMMAND with its output in
+# FOLDER/STEP.log, which is shown only when the command fails, so that
+# `make demo` and `make test` print what a user reads and not the build's
+# progress.
+quietly = mkdir -p $(1) && if ! $(3) > $(1)/$(2).log 2>&1; then \
+  tail -n 60 $(1)/$(2).log; echo "make: $(2) failed (the whole log: $(1)/$(2).log)" >&2; exit 1; fi
+
 all: build
 
 setup:
@@ -33,12 +40,19 @@ build: setup
 	cmake --build $(BUILD) -j$(JOBS)
 
 demo: setup
-	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
-	cmake --build $(BUILD) -j$(JOBS) --target plexa
-	$(BUILD)/cli/plexa demo
+	@echo "building the plexa tool in $(BUILD)/ (log: $(BUILD)/build.log)"
+	@$(call quietly,$(BUILD),configure,cmake -S . -B $(BUILD) $(CMAKE_ARGS))
+	@$(call quietly,$(BUILD),build,cmake --build $(BUILD) -j$(JOBS) --target plexa)
+	@$(BUILD)/cli/plexa demo
 
-test: build
-	ctest --test-dir $(BUILD) -j$(JOBS) --output-on-failure
+# The summary of the test run, and the output of the tests that failed.
+test: setup
+	@echo "building the library, the tool and the tests in $(BUILD)/ (log: $(BUILD)/build.log)"
+	@$(call quietly,$(BUILD),configure,cmake -S . -B $(BUILD) $(CMAKE_ARGS))
+	@$(call quietly,$(BUILD),build,cmake --build $(BUILD) -j$(JOBS))
+	@echo "running the tests (log: $(BUILD)/test.log)"
+	@$(call quietly,$(BUILD),test,ctest --test-dir $(BUILD) -j$(JOBS) --output-on-failure)
+	@grep -E '^[0-9]+% tests passed|^Total Test time' $(BUILD)/test.log
 
 sanitize: setup
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DPLEXA_SANITIZE=ON $(CMAKE_ARGS)

@@ -2,12 +2,14 @@
 #include <cstdarg>
 
 #include "command.hpp"
+#include "progress.hpp"
 
 namespace plexa_cli {
 
 namespace {
 
 void report(const invocation& call, const char* format, std::va_list args) {
+  progress::clear_line(call.err);
   std::fprintf(call.err, "plexa %s: ", call.self.name);
   std::vfprintf(call.err, format, args);
 }

@@ -165,6 +165,12 @@ void write_id_runs(json_writer& j, const zeb::dense1D<unsigned, 8>& ids) {
 
 }  // namespace
 
+void write_mesh_counts(json_writer& j, const char* name, const mesh& m) {
+  j.text("mesh", name);
+  j.count("nodes", m.coords.cols());
+  j.count("elements", m.element_count());
+}
+
 bool write_mesh_summary(json_writer& j, const mesh& m) {
   unsigned per_kind[ELEMENT_TYPE_COUNT] = {}, elements = 0;
   for (unsigned k = 0; k < m.block_count(); ++k)

@@ -55,4 +55,8 @@ class json_writer;
 // block does not fit its type or memory runs out.
 bool write_mesh_summary(json_writer& j, const mesh& m);
 
+// The first members of the JSON object of a command that reads a mesh:
+// mesh (its name), nodes, elements.
+void write_mesh_counts(json_writer& j, const char* name, const mesh& m);
+
 }  // namespace plexa_cli

@@ -1,11 +1,29 @@
 #include "progress.hpp"
 
+#include <atomic>
 #include <chrono>
 #include <system_error>
 
 #include <unistd.h>
 
 namespace plexa_cli {
+
+namespace {
+
+// The progress shown on a terminal, for clear_line: one command runs at a
+// time.
+std::atomic<progress*> current{nullptr};
+
+}  // namespace
+
+void progress::clear_line(std::FILE* err) {
+  progress* p = current.load();
+  if (!p || p->err_ != err) return;
+  std::lock_guard<std::mutex> hold(p->lock_);
+  if (p->shown_) std::fputs("\r\033[K", err);
+  p->shown_ = false;
+  p->step_ = nullptr;
+}
 
 progress::progress(std::FILE* err, const char* command) : err_(err), command_(command) {
   const int fd = err ? fileno(err) : -1;
@@ -17,6 +35,7 @@ progress::progress(std::FILE* err, const char* command) : err_(err), command_(co
       visible_ = true;
       show();
     });
+    current.store(this);
   } catch (const std::system_error&) {
     // No progress without a thread; the command runs all the same.
   }
@@ -24,6 +43,8 @@ progress::progress(std::FILE* err, const char* command) : err_(err), command_(co
 
 progress::~progress() {
   if (!timer_.joinable()) return;
+  progress* self = this;
+  current.compare_exchange_strong(self, nullptr);
   {
     std::lock_guard<std::mutex> hold(lock_);
     done_ = true;

@@ -22,6 +22,10 @@ class progress {
   // Starts the step `what` (a literal: it is kept, not copied).
   void step(const char* what);
 
+  // Clears the progress line shown on `err`, if any, so that a message can
+  // take its place (the diagnostics call it before writing).
+  static void clear_line(std::FILE* err);
+
  private:
   void show();  // with the lock held
 

@@ -193,9 +193,7 @@ void write_node_lists(json_writer& j, const char* key, unsigned count, const std
 void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const check_report& r, double tolerance) {
   json_writer j(out);
   j.begin_object();
-  j.text("mesh", in.name());
-  j.count("nodes", m.coords.cols());
-  j.count("elements", m.element_count());
+  write_mesh_counts(j, in.name(), m);
   j.number("tolerance", tolerance);
   j.begin_object("out_of_range");
   j.count("count", r.out_of_range);

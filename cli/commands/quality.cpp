@@ -21,9 +21,7 @@ const option_spec options[] = {{"--worst", '\0', "count"}, {"--json", '\0', null
 void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const mesh_quality& q) {
   json_writer j(out);
   j.begin_object();
-  j.text("mesh", in.name());
-  j.count("nodes", m.coords.cols());
-  j.count("elements", m.element_count());
+  write_mesh_counts(j, in.name(), m);
   j.count("measured", q.measured);
   j.count("unmeasured", q.unmeasured);
   j.histogram("shape_quality", q.qualities);

@@ -21,6 +21,7 @@
 #include "mesh_formats.hpp"
 #include "mesh_input.hpp"
 #include "mesh_output.hpp"
+#include "mesh_summary.hpp"
 #include "mesh_topology.hpp"
 #include "options.hpp"
 #include "progress.hpp"
@@ -169,9 +170,7 @@ void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const sizem
                 const sizemap_report& r, const char* output) {
   json_writer j(out);
   j.begin_object();
-  j.text("mesh", in.name());
-  j.count("nodes", m.coords.cols());
-  j.count("elements", m.element_count());
+  write_mesh_counts(j, in.name(), m);
   if (s.metric)
     j.text("field", s.metric);
   else

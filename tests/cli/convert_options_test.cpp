@@ -76,7 +76,7 @@ TEST(ConvertQuality, CellDataHoldsTheLibrarysMeasures) {
   ASSERT_EQ(run({"convert", obj.c_str(), edges.c_str(), "--quality"}).status, 0);
   const std::vector<double> q = cell_array(read_file(edges), "shape_quality");
   ASSERT_EQ(q.size(), 2u);
-  EXPECT_LT(q[0], 0);  // clockwise in the plane: inverted
+  EXPECT_GT(q[0], 0.8);  // a triangle in space has no orientation
   EXPECT_EQ(q[1], 1);
 
   // An unwritable VTK file: the reason, and no report.
@@ -104,7 +104,7 @@ TEST(ConvertDigits, DigitsReachTheWriters) {
     ASSERT_EQ(medit_output(ref.c_str(), turned, &solids, &solids + 1, mixed, {digits}), 0);
     EXPECT_EQ(read_file(out), read_file(ref));
   }
-  EXPECT_NE(read_file(out).find("8.6602540378443860E-01"), std::string::npos) << read_file(out);
+  EXPECT_NE(read_file(out).find("\n8.66025403784438"), std::string::npos) << read_file(out);
 }
 
 TEST(DemoFailures, NothingButTheReasonWhenFilesCannotBeWritten) {

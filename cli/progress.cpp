@@ -41,7 +41,9 @@ progress::progress(std::FILE* err, const char* command) : err_(err), command_(co
   }
 }
 
-progress::~progress() {
+progress::~progress() { done(); }
+
+void progress::done() {
   if (!timer_.joinable()) return;
   progress* self = this;
   current.compare_exchange_strong(self, nullptr);

@@ -21,6 +21,9 @@ class progress {
 
   // Starts the step `what` (a literal: it is kept, not copied).
   void step(const char* what);
+  // Ends the progress, clearing its line, before the command prints its
+  // results (the destructor does it too).
+  void done();
 
   // Clears the progress line shown on `err`, if any, so that a message can
   // take its place (the diagnostics call it before writing).

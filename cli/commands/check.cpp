@@ -295,6 +295,7 @@ int check_main(const invocation& call) {
   } catch (const std::bad_alloc&) {
     return failure(call, "out of memory");
   }
+  shown_progress.done();
   if (args.has(JSON)) {
     write_json(call.out, in, m, r, tolerance);
   } else {

@@ -333,6 +333,7 @@ int sizemap_main(const invocation& call) {
   }
   shown.step("writing");
   if (const int status = write_field_file(call, *out_format, output, result)) return status;
+  shown.done();
   if (args.has(JSON)) {
     write_json(call.out, in, m, s, r, output);
   } else {

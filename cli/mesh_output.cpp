@@ -36,9 +36,13 @@ int write_mesh_file(const invocation& call, const mesh_format& format, const cha
 int write_mesh_output(const invocation& call, const mesh_format& format, const char* path, const mesh& m,
                       const zeb::plexa::write_options& options) {
   if (const int status = write_mesh_file(call, format, path, m, options)) return status;
+  report_written(call, format, path, m);
+  return EXIT_OK;
+}
+
+void report_written(const invocation& call, const mesh_format& format, const char* path, const mesh& m) {
   std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", path, format.name, m.coords.cols(),
                m.element_count());
-  return EXIT_OK;
 }
 
 int write_field_file(const invocation& call, const field_format& format, const char* path, const field& f,

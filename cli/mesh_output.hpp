@@ -25,8 +25,11 @@ constexpr zeb::plexa::write_options lossless = {zeb::plexa::SHORTEST_DIGITS};
 int write_mesh_file(const invocation& call, const mesh_format& format, const char* path, const mesh& m,
                     const zeb::plexa::write_options& options = lossless);
 
-// write_mesh_file, then the report on call.out:
+// The report of a mesh file written, on call.out:
 //   wrote <path> (<format name>): <nodes> nodes, <elements> elements
+void report_written(const invocation& call, const mesh_format& format, const char* path, const mesh& m);
+
+// write_mesh_file, then report_written.
 int write_mesh_output(const invocation& call, const mesh_format& format, const char* path, const mesh& m,
                       const zeb::plexa::write_options& options = lossless);
 

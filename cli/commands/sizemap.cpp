@@ -350,8 +350,9 @@ extern const command sizemap_command = {
     "sizemap",
     "make a size field on a mesh, bounded and graded, as a solution file",
     "Usage: plexa sizemap [builtin | <mesh file>] -o <field file> [--exponent <p>]\n"
-    "                     [--hmin <h>] [--hmax <h>] [--gradation <g> | --variation <v>]\n"
-    "                     [--freeze-boundary] [--metric <field file>] [--json]\n"
+    "                     [--hmin <h>] [--hmax <h>]\n"
+    "                     [--gradation <g> | --variation <v>] [--freeze-boundary]\n"
+    "                     [--metric <field file>] [--json]\n"
     "\n"
     "Makes a size field on the nodes of a mesh and writes it as a MEDIT\n"
     "solution file (.sol, or .bb: see 'plexa help convert'):\n"

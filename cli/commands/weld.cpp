@@ -48,9 +48,9 @@ int weld_main(const invocation& call) {
   if (!m.add_block(triangles, zeb::plexa::ELT_TRIA3) || !count_boundaries(triangles, zeb::plexa::ELT_TRIA3, 0, edges))
     return failure(call, "out of memory");
 
+  // The file first, so that a report is printed only for a file written.
+  if (const int status = write_mesh_file(call, *format, output, m)) return status;
   if (args.has(JSON)) {
-    // The file first, so that the report says what was written.
-    if (const int status = write_mesh_file(call, *format, output, m)) return status;
     json_writer j(call.out);
     j.begin_object();
     j.text("input", input);
@@ -86,8 +86,8 @@ int weld_main(const invocation& call) {
                "non-manifold edges: %u\n",
                3 * report.triangles, m.coords.cols(), report.removed, triangles.cols(), edges.free,
                edges.non_manifold);
-
-  return write_mesh_output(call, *format, output, m);
+  report_written(call, *format, output, m);
+  return EXIT_OK;
 }
 
 }  // namespace

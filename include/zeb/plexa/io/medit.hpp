@@ -112,6 +112,7 @@ PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const d
 //   -1  the file cannot be opened, or a write, the flush or the close
 //       failed;
 //    0  written.
+// `options` (write_options.hpp): the digits of the coordinates.
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                            const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
                            const dense1D<unsigned int, 8>& refs, const write_options& options = write_options());
@@ -179,7 +180,7 @@ PLEXA_API int medit_input(const char* path, dense2D<double>& pos, dense2D<unsign
 // ---------------------------------------------------------------------------
 // MEDIT solution files, header layout (".bb"): a header line of four "%d "
 // numbers (dimension, values per node, node count, 2), then the values with
-// "%E ".  Current tools read this layout only as ".bb" files.  Like the
+// "%E " (or as `options` asks: write_options.hpp).  Current tools read this layout only as ".bb" files.  Like the
 // mesh writer they return -1 when the file cannot be opened or when a
 // write, the flush or the close fails, and close the file on every path.
 // ---------------------------------------------------------------------------
@@ -221,7 +222,8 @@ PLEXA_API int medit_tensor(const char* path, const dense2D<double>& tensors,
 //   "Dimension d", a comment line, an empty line,
 //   "SolAtVertices", the node count, "1 k" (one field of kind k: 1 scalar,
 //   2 vector, 3 symmetric tensor), one line per node (its values with
-//   "%E "), an empty line and "End".
+//   "%E ", or as `options` asks: write_options.hpp), an empty line and
+//   "End".
 // Tensors are packed as symmetric_fixed packs them (m11 m12 m22, and m13
 // m23 m33 in 3-D), the order of the format.
 // ---------------------------------------------------------------------------

@@ -117,7 +117,8 @@ PLEXA_API int WavefrontOBJ_input(const char* path, dense2D<double>& pos, dense2D
 // through its first nbr_nodes(type) rows (min(rows, 4) for ELT_FACE_MIX);
 // ranges (blocks + 1); types (blocks): ELT_NODE, ELT_EDGE2, ELT_EDGE3,
 // ELT_TRIA3, ELT_TRIA6, ELT_QUAD4, ELT_QUAD8, ELT_QUAD9 or ELT_FACE_MIX;
-// ids (m), the group of each element.
+// ids (m), the group of each element; options (write_options.hpp), the
+// digits of the coordinates.
 // Returns, in this order (nothing is written on a failed check):
 //   -1  f is null or in error;
 //   -2  pos has neither 2 nor 3 rows;

@@ -133,6 +133,7 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       // The forms every command takes.
       {{"quality", "--worst=3", "--worst", "4"}, quality("option '--worst' given twice")},
       {{"quality", "--json=yes"}, quality("option '--json' takes no value")},
+      {{"info", "--", "-v.xyz"}, info("unknown input format of '-v.xyz' (known: " + readable + ")")},
       {{"quality", "--worst="}, quality("invalid count '' of '--worst'")},
       {{"convert", "-o", "a.mesh", "--output=b.mesh"}, convert("option '--output' given twice")},
       {{"convert", "--digits", "18", "-o", "a.mesh"}, convert("invalid count '18' of '--digits' (0 to 17)")},

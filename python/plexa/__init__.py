@@ -1,1 +1,297 @@
-from ._plexa import *  # noqa
+"""Plexa: finite-element mesh tools on NumPy arrays.
+
+A mesh is a coordinate array ``pos`` of shape (n, d), float64, one row per
+node (d = 2 or 3), and connectivities of shape (m, k), uint32, one row per
+element holding 0-based node indices, k = nbr_nodes(type) for its
+ElementType.  NO_INDEX (2**32 - 1) means "no index" everywhere: the trailing
+entries of a mixed element, no neighbour, a removed node.
+
+Arrays in.  A float64 or uint32 array whose rows are contiguous (any
+C-contiguous array, or a slice of the columns of one) is read in place, not
+copied.  Other arrays and array-likes are converted once: real numbers to
+float64, integers to uint32 with a range check; other dtypes raise
+TypeError, other shapes ValueError.  Functions never change the arrays
+given, except with ``inplace=True`` where they offer it.
+
+Arrays out.  Results are NumPy arrays over the library's own storage, not
+copies: their base is a capsule that keeps that storage alive.
+
+Errors.  A call the library refuses raises Error, whose ``code`` is the
+library's result code (-k names the k-th argument of the C++ function) and
+whose message names the argument; memory that cannot be had raises
+MemoryError.
+
+Long calls release the GIL.  Files: read() and write() pick the format by
+extension and work on a Mesh; to_meshio() and from_meshio() exchange meshes
+with meshio (imported only when they are called).
+"""
+
+from __future__ import annotations
+
+import enum
+import os
+from typing import Callable, NamedTuple, Optional
+
+import numpy as np
+
+from . import _plexa
+from ._plexa import *  # noqa: F401,F403  (the compiled functions and classes)
+from ._plexa import NO_INDEX, Error
+
+
+class ElementType(enum.IntEnum):
+    """The element types; a connectivity of type t has nbr_nodes(t) columns."""
+
+    NONE = 0
+    NODE = 1
+    EDGE_MIX = 2
+    EDGE2 = 3
+    EDGE3 = 4
+    FACE_MIX = 5
+    TRIA3 = 6
+    QUAD4 = 7
+    TRIA6 = 8
+    QUAD8 = 9
+    QUAD9 = 10
+    SOLID_MIX = 11
+    TETRA4 = 12
+    TETRA10 = 13
+    PYRA5 = 14
+    PYRA13 = 15
+    PYRA14 = 16
+    WEDGE6 = 17
+    WEDGE15 = 18
+    WEDGE18 = 19
+    HEXA8 = 20
+    HEXA20 = 21
+    HEXA27 = 22
+
+
+# The members at module level too: plexa.TETRA4 is plexa.ElementType.TETRA4.
+globals().update(ElementType.__members__)
+
+
+class Block(NamedTuple):
+    """One block of elements of a Mesh: its type, its connectivity (m, k)
+    and optionally one integer label per element (the reference, colour or
+    property number of the file formats that hold one)."""
+
+    type: ElementType
+    cells: np.ndarray
+    ids: Optional[np.ndarray] = None
+
+
+class Mesh:
+    """Nodes and blocks of elements.
+
+    points: coordinates (n, d), float64.
+    blocks: a list of Block(type, cells, ids).
+    """
+
+    def __init__(self, points, blocks=()):
+        self.points = np.asarray(points, dtype=np.float64)
+        self.blocks = [Block(ElementType(b[0]), np.asarray(b[1], dtype=np.uint32),
+                             None if len(b) < 3 or b[2] is None else np.asarray(b[2]))
+                       for b in blocks]
+
+    def __repr__(self):
+        kinds = ", ".join(f"{b.type.name} x {len(b.cells)}" for b in self.blocks)
+        return f"Mesh({len(self.points)} points; {kinds or 'no element'})"
+
+    @property
+    def types(self) -> list:
+        return [b.type for b in self.blocks]
+
+    @property
+    def cells(self) -> list:
+        return [b.cells for b in self.blocks]
+
+
+# ---------------------------------------------------------------------------
+# Mixed blocks
+# ---------------------------------------------------------------------------
+
+# The member kinds of the mixed types, by node count.
+_MIXED_MEMBERS = {
+    ElementType.EDGE_MIX: {2: ElementType.EDGE2},
+    ElementType.FACE_MIX: {3: ElementType.TRIA3, 4: ElementType.QUAD4},
+    ElementType.SOLID_MIX: {4: ElementType.TETRA4, 5: ElementType.PYRA5,
+                            6: ElementType.WEDGE6, 8: ElementType.HEXA8},
+}
+
+
+def split_mixed(block: Block) -> list:
+    """The elements of a mixed block (EDGE_MIX, FACE_MIX, SOLID_MIX) as one
+    block per member kind, in the order of the kinds' node counts; a block
+    of another type as it is.  An element's node count is the number of its
+    entries before the first NO_INDEX (a SOLID_MIX element ends at column
+    4, 5 or 6).  ValueError for an element that is no member kind."""
+    members = _MIXED_MEMBERS.get(ElementType(block.type))
+    if members is None:
+        return [block]
+    cells = np.asarray(block.cells, dtype=np.uint32)
+    if cells.ndim != 2:
+        raise ValueError("cells: expected a 2-D array")
+    present = cells != NO_INDEX
+    counts = np.where(present.all(axis=1), cells.shape[1], np.argmin(present, axis=1))
+    out = []
+    for count in np.unique(counts):
+        kind = members.get(int(count))
+        if kind is None:
+            raise ValueError(f"cells: a {ElementType(block.type).name} element of {count} nodes")
+        rows = counts == count
+        ids = None if block.ids is None else np.asarray(block.ids)[rows]
+        out.append(Block(kind, np.ascontiguousarray(cells[rows, :count]), ids))
+    return out
+
+
+# ---------------------------------------------------------------------------
+# Files
+# ---------------------------------------------------------------------------
+
+class _Format(NamedTuple):
+    name: str
+    read: Optional[Callable]   # path -> Mesh
+    write: Optional[Callable]  # (path, Mesh) -> None
+
+
+def _write_medit(path, mesh):
+    labelled = [b for b in mesh.blocks if b.ids is not None]
+    if labelled and len(mesh.blocks) > 1:
+        raise ValueError("MEDIT: element references (ids) are written for a mesh of one block only")
+    if labelled:
+        b = mesh.blocks[0]
+        _plexa.medit_output(path, mesh.points, b.cells, b.type, colors=np.asarray(b.ids, dtype=np.uint32))
+    else:
+        _plexa.medit_output(path, mesh.points, mesh.cells, mesh.types)
+
+
+def _write_vtk(path, mesh):
+    _plexa.vtk_output(path, mesh.points, mesh.cells, mesh.types)
+
+
+def _write_nastran(path, mesh):
+    pids = None
+    if any(b.ids is not None for b in mesh.blocks):
+        pids = np.concatenate([np.full(len(b.cells), k + 1, np.uint32) if b.ids is None
+                               else np.asarray(b.ids, dtype=np.uint32) for k, b in enumerate(mesh.blocks)])
+    _plexa.NASTRAN_output(path, mesh.points, mesh.cells, mesh.types, pids=pids)
+
+
+def _write_ensight(path, mesh):
+    # EnSight has no mixed parts: they are split by kind first.
+    blocks = [part for b in mesh.blocks for part in split_mixed(b)]
+    _plexa.ensight_output(path, mesh.points, [b.cells for b in blocks], [b.type for b in blocks])
+
+
+# Extension -> format.  A reader or writer that lands in the library is one
+# more entry here.
+_FORMATS = {
+    ".mesh": _Format("MEDIT", None, _write_medit),
+    ".vtk": _Format("VTK", None, _write_vtk),
+    ".nas": _Format("NASTRAN", None, _write_nastran),
+    ".bdf": _Format("NASTRAN", None, _write_nastran),
+    ".geo": _Format("EnSight", None, _write_ensight),
+}
+
+
+def _format_of(path, action):
+    extension = os.path.splitext(os.fsdecode(os.fspath(path)))[1].lower()
+    fmt = _FORMATS.get(extension)
+    if fmt is None or getattr(fmt, action) is None:
+        known = ", ".join(e for e, f in _FORMATS.items() if getattr(f, action)) or "none yet"
+        role = {"read": "reader", "write": "writer"}[action]
+        raise ValueError(f"{os.fspath(path)!r}: no {role} for the extension {extension!r} (known: {known})")
+    return fmt
+
+
+def read(path) -> Mesh:
+    """Reads the mesh file `path` in the format of its extension."""
+    return _format_of(path, "read").read(path)
+
+
+def write(path, mesh: Mesh) -> None:
+    """Writes `mesh` to the file `path` in the format of its extension:
+    .mesh (MEDIT; the ids of a one-block mesh as references), .vtk (legacy
+    VTK), .nas or .bdf (NASTRAN; the ids as property numbers, by default the
+    block's position + 1), .geo (EnSight; mixed blocks split by kind,
+    pyramids not written).  Raises Error as the format's writer does."""
+    _format_of(path, "write").write(path, mesh)
+
+
+# ---------------------------------------------------------------------------
+# meshio interchange
+# ---------------------------------------------------------------------------
+
+# ElementType -> (meshio cell type, node order): meshio's node i is the
+# element's node order[i] (None: the same order).  meshio numbers nodes as
+# VTK does; the 18-node wedge takes the quadrangle centres of VTK's
+# bi-quadratic wedge, the 14-node pyramid the base centre last.
+_MESHIO_TYPES = {
+    ElementType.NODE: ("vertex", None),
+    ElementType.EDGE2: ("line", None),
+    ElementType.EDGE3: ("line3", None),
+    ElementType.TRIA3: ("triangle", None),
+    ElementType.TRIA6: ("triangle6", (0, 1, 2, 5, 3, 4)),
+    ElementType.QUAD4: ("quad", None),
+    ElementType.QUAD8: ("quad8", None),
+    ElementType.QUAD9: ("quad9", None),
+    ElementType.TETRA4: ("tetra", None),
+    ElementType.TETRA10: ("tetra10", (0, 1, 2, 3, 6, 4, 5, 7, 8, 9)),
+    ElementType.PYRA5: ("pyramid", None),
+    ElementType.PYRA13: ("pyramid13", None),
+    ElementType.PYRA14: ("pyramid14", None),
+    ElementType.WEDGE6: ("wedge", None),
+    ElementType.WEDGE15: ("wedge15", (0, 1, 2, 3, 4, 5, 11, 9, 10, 14, 12, 13, 6, 7, 8)),
+    ElementType.WEDGE18: ("wedge18", (0, 1, 2, 3, 4, 5, 11, 9, 10, 14, 12, 13, 6, 7, 8, 17, 15, 16)),
+    ElementType.HEXA8: ("hexahedron", None),
+    ElementType.HEXA20: ("hexahedron20", None),
+    ElementType.HEXA27: ("hexahedron27", None),
+}
+_FROM_MESHIO = {name: (kind, None if order is None else tuple(np.argsort(order)))
+                for kind, (name, order) in _MESHIO_TYPES.items()}
+
+IDS_KEY = "plexa:ids"
+
+
+def to_meshio(mesh: Mesh):
+    """The mesh as a meshio.Mesh: one cell block per block (mixed blocks
+    split by kind), nodes reordered to meshio's numbering; the ids, when a
+    block has them, as the cell data "plexa:ids" (0 for blocks without).
+    ValueError for a block of type NONE."""
+    import meshio
+
+    blocks = [part for b in mesh.blocks for part in split_mixed(b)]
+    cells, ids = [], []
+    for b in blocks:
+        if b.type not in _MESHIO_TYPES:
+            raise ValueError(f"{ElementType(b.type).name}: no meshio cell type")
+        name, order = _MESHIO_TYPES[b.type]
+        data = np.asarray(b.cells)
+        cells.append((name, data if order is None else data[:, order]))
+        ids.append(np.zeros(len(data), np.int64) if b.ids is None else np.asarray(b.ids))
+    cell_data = {IDS_KEY: ids} if any(b.ids is not None for b in blocks) else {}
+    return meshio.Mesh(np.asarray(mesh.points), cells, cell_data=cell_data)
+
+
+def from_meshio(m, ids: str = IDS_KEY) -> Mesh:
+    """The meshio.Mesh `m` as a Mesh: one block per cell block, nodes
+    reordered to the library's local numbering; the cell data named `ids`,
+    when present, as the blocks' ids.  ValueError for a cell type the
+    library has no element for (polygons, higher orders, ...)."""
+    labels = m.cell_data.get(ids) if ids else None
+    blocks = []
+    for k, block in enumerate(m.cells):
+        name, data = block.type, np.asarray(block.data)
+        if name not in _FROM_MESHIO:
+            raise ValueError(f"{name}: a meshio cell type without element type")
+        kind, order = _FROM_MESHIO[name]
+        cells = np.ascontiguousarray(data if order is None else data[:, order], dtype=np.uint32)
+        blocks.append(Block(kind, cells, None if labels is None else np.asarray(labels[k])))
+    return Mesh(np.asarray(m.points, dtype=np.float64), blocks)
+
+
+__all__ = sorted({name for name in dir(_plexa) if not name.startswith("_")}
+                 | set(ElementType.__members__)
+                 | {"ElementType", "Block", "Mesh", "split_mixed", "read", "write", "to_meshio",
+                    "from_meshio", "IDS_KEY"})

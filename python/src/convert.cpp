@@ -229,7 +229,7 @@ template py::array array_out<unsigned>(const zeb::dense1D<unsigned, 8>&);
 template py::array array_out<int>(const zeb::dense1D<int, 8>&);
 
 py::array real_array(py::handle obj, const char* name) {
-  return numpy_function("ascontiguousarray")(coerce<double>(obj, name));
+  return numpy_function("asarray")(coerce<double>(obj, name), py::arg("order") = "C");  // keeps 0-d arrays
 }
 
 int ndim_of(py::handle obj) {

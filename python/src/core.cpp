@@ -6,6 +6,8 @@ namespace plexa_py {
 
 namespace zp = zeb::plexa;
 
+namespace {
+
 void bind_core(py::module_& m) {
   m.attr("NO_INDEX") = NO_INDEX;
 
@@ -45,5 +47,9 @@ the library reads when `array` is given as coordinates (float64) or, with
 The reference count of the library storage block behind a result array (0
 when its base is not such a block).)");
 }
+
+}  // namespace
+
+const family core_family(10, bind_core);
 
 }  // namespace plexa_py

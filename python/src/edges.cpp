@@ -72,7 +72,7 @@ py::array copy_edges(py::handle connectivity, py::handle type) {
     const std::vector<index_matrix> blocks = blocks_in(connectivity, "connectivity");
     const int_vector types = types_in(type, blocks.size(), "types");
     check(without_gil([&] { return zp::copy_edges(blocks.data(), blocks.data() + blocks.size(), types, edges); }),
-          "copy_edges(first, last, types, edges)");
+          "copy_edges(connectivity, last, types, edges)");
   }
   if (edges.empty()) return array_out(index_matrix(zeb::Ptr<zeb::vector_num<unsigned, 8>>(), 0, 2, 0, 2));
   return array_out(edges);
@@ -132,15 +132,13 @@ py::tuple edge_qualities(py::handle pos, py::handle connectivity, py::handle typ
       return sizes ? zp::edge_qualities(p, first, last, types, h, feed, skip)
                    : zp::edge_qualities(p, first, last, types, metric, feed, skip);
     });
-    signature = sizes ? "edge_qualities(pos, first, last, types, sizes, histogram, excluded)"
-                      : "edge_qualities(pos, first, last, types, metrics, histogram, excluded)";
+    signature = sizes ? "edge_qualities(pos, connectivity, last, types, sizes, histogram, excluded)"
+                      : "edge_qualities(pos, connectivity, last, types, metrics, histogram, excluded)";
   }
   check(code, signature);
   if (feed.failed) throw std::bad_alloc();
   return py::make_tuple(array_out(feed.values), histogram);
 }
-
-}  // namespace
 
 void bind_edges(py::module_& m) {
   py::class_<histogram_box>(m, "Histogram", R"(Histogram(edges=None)
@@ -244,5 +242,9 @@ the histogram); -1 when pos has neither 2 nor 3 columns; -2 when a block
 does not fit its type or names a node without coordinates; for `excluded`
 (-6, or -7).)");
 }
+
+}  // namespace
+
+const family edges_family(60, bind_edges);
 
 }  // namespace plexa_py

@@ -12,7 +12,9 @@ void define_error(pybind11::module_& m);
 
 // Raises the exception of a negative `code` returned by the function
 // declared as `signature` (its name and parameter names, as result_message
-// takes them).  Call with the GIL held.
+// takes them).  The forms over a block range [first, last) are given with
+// the Python name of the block list in place of `first`, so that a message
+// names the argument the caller passed.  Call with the GIL held.
 [[noreturn]] void raise_code(int code, const char* signature);
 
 // The code itself when it is not negative.

@@ -1,20 +1,22 @@
-// The binding sources, one per family of the library; module.cpp calls
-// them in this order.  A new family or file format is one more source
-// defining one more of these.
+// The binding sources register themselves: each defines one `family`
+// object naming the function that binds it, and the module runs them in
+// increasing order when it is imported.  A new family or file format is
+// one more source file (the build picks up every src/*.cpp):
+//
+//   void bind_stl(pybind11::module_& m) { m.def("STL_input", ...); }
+//   const family stl(80, bind_stl);
 #pragma once
 
 #include <pybind11/pybind11.h>
 
 namespace plexa_py {
 
-void bind_core(pybind11::module_& m);      // version, element tables, inspection helpers
-void bind_indices(pybind11::module_& m);   // index utilities
-void bind_geometry(pybind11::module_& m);  // transforms, boxes, centroids, copies, clipping
-void bind_search(pybind11::module_& m);    // NodeDetector, merge, remove_degenerated, simplify
-void bind_topology(pybind11::module_& m);  // boundaries, neighbours, graphs, sub-domains
-void bind_edges(pybind11::module_& m);     // edge sets, edge qualities, Histogram
-void bind_metrics(pybind11::module_& m);   // metric primitives and fields
-void bind_quality(pybind11::module_& m);   // shape qualities, Jacobians
-void bind_io(pybind11::module_& m);        // file writers (and readers)
+struct family {
+  using binder = void (*)(pybind11::module_&);
+  family(int order, binder bind);
+};
+
+// Runs the registered binders, in increasing order.
+void bind_families(pybind11::module_& m);
 
 }  // namespace plexa_py

@@ -215,8 +215,6 @@ A 2-D transform gives a pos of fewer than 2 columns a second column of
 zeros, a 3-D one a third; columns beyond the transform's dimension are left
 alone.  An empty pos is returned as it is.)";
 
-}  // namespace
-
 void bind_geometry(py::module_& m) {
   m.def("translate", &translate, py::arg("pos"), py::arg("T"), py::arg("nodes") = py::none(), py::kw_only(),
         py::arg("inplace") = false,
@@ -307,5 +305,9 @@ components).  A row is read up to its first NO_INDEX; a NaN side rejects it.
 Raises Error -2 when a node index is neither NO_INDEX nor below len(pos);
 -4 when N is zero.)");
 }
+
+}  // namespace
+
+const family geometry_family(30, bind_geometry);
 
 }  // namespace plexa_py

@@ -94,7 +94,7 @@ py::array unique(py::handle ids, py::handle excluded) {
     check(without_gil([&] {
             return zp::unique_indices(found, blocks.data(), blocks.data() + blocks.size(), skip);
           }),
-          "unique_indices(uIDs, first, last, excluded)");
+          "unique_indices(uIDs, IDs, last, excluded)");
   }
   return array_out(found);
 }
@@ -102,7 +102,7 @@ py::array unique(py::handle ids, py::handle excluded) {
 int count_unique(py::handle connect) {
   const std::vector<index_matrix> blocks = blocks_in(connect, "connect");
   return check(without_gil([&] { return zp::count_unique_indices(blocks.data(), blocks.data() + blocks.size()); }),
-               "count_unique_indices(first, last)");
+               "count_unique_indices(connect, last)");
 }
 
 py::tuple sorted_order(py::handle keys) {
@@ -111,8 +111,6 @@ py::tuple sorted_order(py::handle keys) {
   check(without_gil([&] { return zp::get_sorted_order(k, order, offsets); }), "get_sorted_order(keys, order, offsets)");
   return py::make_tuple(array_out(order), array_out(offsets));
 }
-
-}  // namespace
 
 void bind_indices(py::module_& m) {
   m.def("check_IDs", &check_ids, py::arg("ids"), py::arg("nods"), py::arg("type") = py::none(),
@@ -204,5 +202,9 @@ increasing order.
 
 Raises MemoryError when the offsets cannot be had (a key near 2**32).)");
 }
+
+}  // namespace
+
+const family indices_family(20, bind_indices);
 
 }  // namespace plexa_py

@@ -45,7 +45,7 @@ void medit_output(py::handle path, py::handle pos, py::handle connect, py::handl
           "medit_output(path, pos, connect, type)");
   } else {
     check(without_gil([&] { return zp::medit_output(file.c_str(), p, b.first(), b.last(), b.types); }),
-          "medit_output(path, pos, first, last, types)");
+          "medit_output(path, pos, connect, last, types)");
   }
 }
 
@@ -87,7 +87,7 @@ void vtk_output(py::handle path, py::handle pos, py::handle connect, py::handle 
           "vtk_output(path, pos, connect, type)");
   } else {
     check(without_gil([&] { return zp::vtk_output(file.c_str(), p, b.first(), b.last(), b.types); }),
-          "vtk_output(path, pos, first, last, types)");
+          "vtk_output(path, pos, connect, last, types)");
   }
 }
 
@@ -153,7 +153,7 @@ void ensight_output(py::handle path, py::handle pos, py::handle connect, py::han
           "ensight_output(path, pos, connect, type)");
   } else {
     check(without_gil([&] { return zp::ensight_output(file.c_str(), p, b.first(), b.last(), b.types); }),
-          "ensight_output(path, pos, first, last, types)");
+          "ensight_output(path, pos, connect, last, types)");
   }
 }
 
@@ -162,8 +162,6 @@ Raises Error -1 when the file cannot be opened or written (a full disk
 included: success means every byte reached the file).)";
 
 std::string doc(const char* text, const char* tail = write_errors) { return std::string(text) + tail; }
-
-}  // namespace
 
 void bind_io(py::module_& m) {
   static const std::string medit = doc(R"(medit_output(path, pos, connect, types, colors=None) -> None
@@ -261,5 +259,9 @@ its type; -5 when there is not one type per block.)");
   m.def("ensight_output", &ensight_output, py::arg("path"), py::arg("pos"), py::arg("connect"), py::arg("types"),
         ensight.c_str());
 }
+
+}  // namespace
+
+const family io_family(90, bind_io);
 
 }  // namespace plexa_py

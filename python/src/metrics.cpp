@@ -44,16 +44,23 @@ stack stack_in(py::handle obj, const char* name, int trailing) {
 
 // The stacks broadcast to one batch shape (NumPy's rules on the batch
 // dimensions).
+py::tuple as_tuple(const shape_t& shape) {
+  py::tuple t(shape.size());
+  for (std::size_t k = 0; k < shape.size(); ++k) t[k] = py::int_(shape[k]);
+  return t;
+}
+
 void broadcast(std::vector<stack*> stacks) {
   const py::object numpy = py::module_::import("numpy");
   py::list shapes;
-  for (stack* s : stacks) shapes.append(py::tuple(py::cast(s->batch)));
-  const shape_t batch = numpy.attr("broadcast_shapes")(*shapes).cast<shape_t>();
+  for (stack* s : stacks) shapes.append(as_tuple(s->batch));
+  shape_t batch;
+  for (py::handle d : numpy.attr("broadcast_shapes")(*shapes)) batch.push_back(d.cast<py::ssize_t>());
   for (stack* s : stacks) {
     if (s->batch == batch) continue;
     shape_t full = batch;
     full.insert(full.end(), s->item.begin(), s->item.end());
-    s->a = numpy.attr("ascontiguousarray")(numpy.attr("broadcast_to")(s->a, py::tuple(py::cast(full))));
+    s->a = numpy.attr("ascontiguousarray")(numpy.attr("broadcast_to")(s->a, as_tuple(full)));
     s->batch = batch;
   }
 }
@@ -486,8 +493,6 @@ py::array aniso3d_to_aniso2d(py::handle M3, py::handle T, py::handle M2) {
   return array_out(out);
 }
 
-}  // namespace
-
 void bind_metrics(py::module_& m) {
   m.def("metric_aniso", &metric_aniso, py::arg("h"), py::arg("dim") = py::none(), py::arg("R") = py::none(),
         R"(metric_aniso(h, dim=None, R=None) -> ndarray
@@ -649,5 +654,9 @@ i of T.  M2 gives the rows beyond n (not changed itself).
 Raises Error -1 when M3 does not have 6 columns; -2 when T does not have 6
 columns and n rows; -3 when M2 does not have 3 columns and at least n rows.)");
 }
+
+}  // namespace
+
+const family metrics_family(70, bind_metrics);
 
 }  // namespace plexa_py

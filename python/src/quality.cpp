@@ -45,8 +45,6 @@ py::array jacobians(py::handle pos, py::handle connect, py::handle type) {
   return array_out(dets);
 }
 
-}  // namespace
-
 void bind_quality(py::module_& m) {
   m.def("shape_qualities", &shape_qualities, py::arg("pos"), py::arg("connect"), py::arg("type"),
         py::arg("metrics") = py::none(), R"(shape_qualities(pos, connect, type, metrics=None) -> ndarray
@@ -87,5 +85,9 @@ TETRA10 the smallest value is a certified lower bound over the element.
 
 Raises as shape_qualities.)");
 }
+
+}  // namespace
+
+const family quality_family(80, bind_quality);
 
 }  // namespace plexa_py

@@ -49,7 +49,7 @@ int reinit(detector& d, py::handle pos, py::handle nodes) {
       std::unique_lock<std::shared_mutex> hold(d.lock);
       return d.tree.reinit(*p, blocks.data(), blocks.data() + blocks.size());
     });
-    check(code, "reinit(pos, first, last)");
+    check(code, "reinit(pos, nodes, last)");
   }
   d.pos = std::move(p);  // the old matrix goes once the tree no longer points to it
   return code;
@@ -122,11 +122,13 @@ py::object merge(py::handle pos, double tolerance, py::handle nodes, py::handle 
   const bool lists = !nodes.is_none() || !nodes1.is_none() || !nodes2.is_none();
   if (lists && !connect.is_none()) throw py::value_error("connect: merge takes node lists or connectivities, not both");
   if (!connect.is_none()) {
+    // Every connectivity form returns the codes of the range form (-5 the
+    // tolerance, -6 the mode), whose first block is named as Python names it.
+    const char* range_signature = "merge(pos, connect, last, new_IDs, tolerance, mode)";
     const real_matrix p = matrix_in<double>(pos, "pos");
     if (!is_block_sequence(connect)) {
       index_matrix c = matrix_inout<unsigned>(connect, "connect", inplace);
-      check(without_gil([&] { return zp::merge(p, c, map, tolerance, mode); }),
-            "merge(pos, connect, new_IDs, tolerance, mode)");
+      check(without_gil([&] { return zp::merge(p, c, map, tolerance, mode); }), range_signature);
       return py::make_tuple(inplace ? py::reinterpret_borrow<py::object>(connect) : py::object(array_out(c)),
                             array_out(map));
     }
@@ -134,7 +136,7 @@ py::object merge(py::handle pos, double tolerance, py::handle nodes, py::handle 
     std::vector<index_matrix> blocks;
     for (py::handle item : given) blocks.push_back(matrix_inout<unsigned>(item, "connect", inplace));
     check(without_gil([&] { return zp::merge(p, blocks.data(), blocks.data() + blocks.size(), map, tolerance, mode); }),
-          "merge(pos, first, last, new_IDs, tolerance, mode)");
+          range_signature);
     py::list renumbered;
     for (std::size_t k = 0; k < blocks.size(); ++k)
       renumbered.append(inplace ? py::reinterpret_borrow<py::object>(given[k]) : py::object(array_out(blocks[k])));
@@ -191,13 +193,11 @@ py::tuple simplify(py::handle pos, py::handle connect, unsigned start) {
   for (py::handle item : py::reinterpret_borrow<py::sequence>(connect))
     blocks.push_back(matrix_inout<unsigned>(item, "connect", false));
   check(without_gil([&] { return zp::simplify(p, blocks.data(), blocks.data() + blocks.size(), map, start); }),
-        "simplify(pos, first, last, new_IDs, start)");
+        "simplify(pos, connect, last, new_IDs, start)");
   py::list renumbered;
   for (const index_matrix& b : blocks) renumbered.append(array_out(b));
   return py::make_tuple(array_out(p), renumbered, array_out(map));
 }
-
-}  // namespace
 
 void bind_search(py::module_& m) {
   py::class_<detector>(m, "NodeDetector", R"(NodeDetector(pos, nodes=None)
@@ -323,5 +323,9 @@ connectivities renumbered, and the new index of every former node
 Raises Error -2 when a connectivity names a node neither NO_INDEX nor below
 len(pos).)");
 }
+
+}  // namespace
+
+const family search_family(40, bind_search);
 
 }  // namespace plexa_py

@@ -147,8 +147,6 @@ py::tuple sort_elfes(py::handle connectivity, py::handle neighbors) {
   return py::make_tuple(array_out(c), array_out(n), array_out(counts), array_out(ends), array_out(index));
 }
 
-}  // namespace
-
 void bind_topology(py::module_& m) {
   m.def("get_element_boundaries", &element_boundaries, py::arg("connectivity"), py::arg("type"),
         R"(get_element_boundaries(connectivity, type) -> ndarray
@@ -292,5 +290,9 @@ when dropped).
 
 Raises Error -1 when neighbors does not have one row per element.)");
 }
+
+}  // namespace
+
+const family topology_family(50, bind_topology);
 
 }  // namespace plexa_py

@@ -1,0 +1,169 @@
+"""Every family of functions against the library called directly (the C++
+oracle) on the same seeded inputs: the results must be identical."""
+
+import numpy as np
+
+import plexa
+from conftest import spd_metrics, tet_mesh
+
+
+def test_indices(oracle):
+    rng = np.random.default_rng(11)
+    connect = rng.integers(0, 40, size=(30, 3)).astype(np.uint32)
+    other = np.roll(connect[rng.permutation(30)], 1, axis=1)  # the same triangles, rotated
+    other[::4] = rng.integers(0, 40, size=other[::4].shape)
+    ids = rng.integers(0, 12, size=50).astype(np.uint32)
+    ids[::7] = plexa.NO_INDEX
+    excluded = np.array([3, 5], np.uint32)
+    new_ids = rng.permutation(40).astype(np.uint32)
+    cpp = oracle("indices", ids=ids, connect=connect, other=other, excluded=excluded, map=new_ids)
+
+    np.testing.assert_array_equal(plexa.unique_indices(connect, excluded), cpp["unique"])
+    assert plexa.count_unique_indices(connect) == cpp["count"][0]
+    order, offsets = plexa.get_sorted_order(ids)
+    np.testing.assert_array_equal(order, cpp["order"])
+    np.testing.assert_array_equal(offsets, cpp["offsets"])
+    pos1, pos2 = plexa.get_IDs(connect, other, strict=False)
+    np.testing.assert_array_equal(pos1, cpp["pos1"])
+    np.testing.assert_array_equal(pos2, cpp["pos2"])
+    np.testing.assert_array_equal(plexa.shift_indices(connect, 7, plexa.NONE), cpp["shifted"])
+    np.testing.assert_array_equal(plexa.change_indices(connect, new_ids), cpp["changed"])
+
+
+def test_geometry(oracle):
+    pos, tets = tet_mesh(3, seed=12)
+    C, R = np.array([0.5, -1.0, 2.0]), np.array([0.3, -0.2, 0.9])
+    cpp = oracle("geometry", pos=pos, tets=tets, C=C, R=R)
+
+    np.testing.assert_array_equal(plexa.rotate(pos, C, R, tets[: len(tets) // 2]), cpp["rotated"])
+    np.testing.assert_array_equal(plexa.centroids(pos, tets, plexa.TETRA4), cpp["centroids"])
+    lo, hi = plexa.inc_bounding_box(pos, nodes=tets[:10])
+    np.testing.assert_array_equal(lo, cpp["box"])
+    np.testing.assert_array_equal(hi, cpp["box_max"])
+    sym_pos, sym_connect = plexa.copy_sym_mesh(pos, tets, [0.5, 0, 0], [1, 1, 0])
+    np.testing.assert_array_equal(sym_pos, cpp["sym_pos"])
+    np.testing.assert_array_equal(sym_connect, cpp["sym_connect"])
+
+
+def test_search(oracle):
+    rng = np.random.default_rng(13)
+    pos = rng.uniform(size=(400, 3))
+    pos[300:] = pos[:100] + rng.uniform(-1e-7, 1e-7, size=(100, 3))  # near copies
+    connect = rng.integers(0, 400, size=(150, 3)).astype(np.uint32)
+    points = rng.uniform(size=(60, 3))
+    tolerance = np.array([1e-6])
+    cpp = oracle("search", pos=pos, connect=connect, points=points, tolerance=tolerance)
+
+    detector = plexa.NodeDetector(pos)
+    np.testing.assert_array_equal(detector.find_closest(points), cpp["closest"])
+    assert [detector.find_closest(p) for p in points[:5]] == list(cpp["closest"][:5])
+    np.testing.assert_array_equal(detector.find_in_box([0.2, 0.2, 0.2], [0.6, 0.7, 0.8]), cpp["in_box"])
+    merged_pos, new_ids = plexa.merge(pos, 1e-6)
+    assert np.count_nonzero(new_ids != np.arange(400)) == cpp["merged"][0] == 100
+    np.testing.assert_array_equal(merged_pos, cpp["merged_pos"])
+    np.testing.assert_array_equal(new_ids, cpp["new_IDs"])
+    merged_connect, _ = plexa.merge(pos, 1e-6, connect=connect)
+    np.testing.assert_array_equal(merged_connect, cpp["merged_connect"])
+    cleaned, removed = plexa.remove_degenerated(merged_connect)
+    np.testing.assert_array_equal(cleaned, cpp["cleaned_connect"])
+    np.testing.assert_array_equal(removed, cpp["removed_map"])
+
+
+def test_topology(oracle):
+    _, tets = tet_mesh(4, seed=14)
+    rng = np.random.default_rng(14)
+    mixed = np.full((40, 8), plexa.NO_INDEX, np.uint32)
+    counts = rng.choice([4, 5, 6, 8], size=40)
+    for row, count in zip(mixed, counts):
+        row[:count] = rng.choice(100, size=count, replace=False)
+    cpp = oracle("topology", tets=tets, mixed=mixed)
+
+    nbr = plexa.get_neighbors(tets, plexa.TETRA4)
+    np.testing.assert_array_equal(nbr, cpp["neighbors"])
+    np.testing.assert_array_equal(plexa.get_mesh_boundaries(tets, nbr, plexa.TETRA4), cpp["boundaries"])
+    offsets, nodes = plexa.get_node_graph(tets, plexa.TETRA4)
+    np.testing.assert_array_equal(offsets, cpp["graph_offsets"])
+    np.testing.assert_array_equal(nodes, cpp["graph_nodes"])
+    elements, sub_offsets = plexa.get_subdomains(nbr)
+    np.testing.assert_array_equal(elements, cpp["sub_elements"])
+    np.testing.assert_array_equal(sub_offsets, cpp["sub_offsets"])
+    sorted_mixed, node_counts, group_ends, new_index = plexa.sort_elfes(mixed)
+    np.testing.assert_array_equal(sorted_mixed, cpp["sorted"])
+    np.testing.assert_array_equal(group_ends, cpp["group_ends"])
+    np.testing.assert_array_equal(new_index, cpp["new_index"])
+    np.testing.assert_array_equal(node_counts, [8, 6, 5, 4])
+
+
+def test_edges(oracle):
+    pos, tets = tet_mesh(3, seed=15)
+    rng = np.random.default_rng(15)
+    sizes = rng.uniform(0.5, 2.0, size=len(pos))
+    metrics = spd_metrics(len(pos), seed=15)
+    excluded = plexa.copy_edges(tets, plexa.TETRA4)[::5][:, ::-1].copy()
+    cpp = oracle("edges", pos=pos, tets=tets, sizes=sizes, metrics=metrics, excluded=excluded)
+
+    edges = plexa.copy_edges(tets, plexa.TETRA4)
+    np.testing.assert_array_equal(edges, cpp["edges"])
+    histogram = plexa.Histogram()
+    qualities, same = plexa.edge_qualities(pos, tets, plexa.TETRA4, sizes, histogram=histogram)
+    assert same is histogram and histogram.count == len(qualities) == cpp["count"][0]
+    np.testing.assert_array_equal(qualities, cpp["size_qualities"])
+    np.testing.assert_array_equal(histogram.bins.sum(), len(qualities))
+    assert histogram.min == qualities.min() and histogram.max == qualities.max()
+    in_metrics, _ = plexa.edge_qualities(pos, tets, plexa.TETRA4, metrics, excluded=excluded)
+    np.testing.assert_array_equal(in_metrics, cpp["metric_qualities"])
+    # The same qualities, one by one, from the edge lengths and end sizes.
+    length = np.linalg.norm(pos[edges[:, 1]] - pos[edges[:, 0]], axis=1)
+    np.testing.assert_allclose(plexa.edge_quality(length, sizes[edges[:, 0]], sizes[edges[:, 1]]), qualities,
+                               rtol=1e-14)
+
+
+def test_metrics(oracle):
+    metrics = spd_metrics(200, seed=16)
+    sizes = np.random.default_rng(16).uniform(-0.5, 2.0, size=200)
+    cpp = oracle("metrics", metrics=metrics, sizes=sizes)
+
+    np.testing.assert_array_equal(plexa.eigen_values(metrics), cpp["eigen_values"])
+    bounded, modified = plexa.bound_metrics(metrics, 0.5, 2.0)
+    np.testing.assert_array_equal(bounded, cpp["bounded"])
+    np.testing.assert_array_equal(modified, cpp["modified"])
+    np.testing.assert_array_equal(plexa.metrics_iso_to_aniso3d(sizes), cpp["iso"])
+    # The vectorised primitive gives the field's result item by item.
+    clamped, ok = plexa.bound_metric(metrics, 0.5, 2.0)
+    np.testing.assert_array_equal(np.flatnonzero(ok), modified)
+    np.testing.assert_array_equal(clamped[ok], bounded[ok])
+
+
+def test_quality(oracle):
+    pos, tets = tet_mesh(3, seed=17)
+    metrics = spd_metrics(len(pos), seed=17)
+    cpp = oracle("quality", pos=pos, tets=tets, metrics=metrics)
+
+    q = plexa.shape_qualities(pos, tets, plexa.TETRA4)
+    np.testing.assert_array_equal(q, cpp["qualities"])
+    np.testing.assert_array_equal(plexa.shape_qualities(pos, tets, plexa.TETRA4, metrics), cpp["metric_qualities"])
+    np.testing.assert_array_equal(plexa.jacobians(pos, tets, plexa.TETRA4), cpp["jacobians"])
+    assert plexa.min_quality(pos, tets, plexa.TETRA4) == (q.min(), int(np.argmin(q)))
+
+
+def test_io(oracle):
+    pos, tets = tet_mesh(2, seed=18)
+    tris = plexa.get_mesh_boundaries(tets, plexa.get_neighbors(tets, plexa.TETRA4), plexa.TETRA4)
+    values = np.random.default_rng(18).uniform(size=len(pos))
+    types = np.array([plexa.TETRA4, plexa.TRIA3], np.int32)
+    cpp = oracle("io", pos=pos, tets=tets, tris=tris, types=types, values=values)
+    folder = oracle.folder / "io"
+    assert all(cpp[k][0] == 0 for k in ("medit", "vtk", "ensight", "nastran", "scalar"))
+
+    plexa.medit_output(folder / "py.mesh", pos, [tets, tris], types)
+    plexa.vtk_output(str(folder / "py.vtk"), pos, [tets, tris], types)
+    plexa.ensight_output(bytes(folder / "py.geo"), pos, [tets, tris], types)
+    plexa.NASTRAN_output(folder / "py.nas", pos, [tets, tris], types)
+    plexa.medit_scalar(folder / "py.sol", 3, values)
+    for ext in ("mesh", "vtk", "geo", "nas", "sol"):
+        assert (folder / f"py.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
+    # The Mesh writers pick the same writers by extension.
+    mesh = plexa.Mesh(pos, [(plexa.TETRA4, tets), (plexa.TRIA3, tris)])
+    for ext in ("mesh", "vtk", "geo", "nas"):
+        plexa.write(folder / f"mesh.{ext}", mesh)
+        assert (folder / f"mesh.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext

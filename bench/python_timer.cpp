@@ -1,0 +1,79 @@
+// The C++ side of bench/python_overhead.py: times library calls on arrays
+// handed over from Python, inside the same process and on the same memory,
+// so that the Python module's timings can be set against them.  The arrays
+// are copied into containers before the clock starts; each function returns
+// the seconds of each of `repeats` calls, measured as the CPU time of the
+// calling thread (time.thread_time() in Python): other processes on the
+// machine then lengthen neither side.
+#include <time.h>
+
+#include <cstring>
+#include <vector>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <zeb/plexa.hpp>
+
+namespace py = pybind11;
+
+namespace {
+
+template <class T>
+using c_array = py::array_t<T, py::array::c_style | py::array::forcecast>;
+
+// An (n, k) array as the k x n matrix (the same memory order).
+template <class T>
+zeb::dense2D<T> matrix_of(const c_array<T>& a) {
+  zeb::dense2D<T> m(unsigned(a.shape(1)), unsigned(a.shape(0)));
+  std::memcpy(m.data(), a.data(), a.size() * sizeof(T));
+  return m;
+}
+
+double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
+}
+
+template <class F>
+std::vector<double> timed(unsigned repeats, F&& call) {
+  std::vector<double> seconds;
+  py::gil_scoped_release released;
+  for (unsigned r = 0; r < repeats; ++r) {
+    const double start = thread_seconds();
+    call();
+    seconds.push_back(thread_seconds() - start);
+  }
+  return seconds;
+}
+
+std::vector<double> time_neighbors(const c_array<unsigned>& connect, int type, unsigned repeats) {
+  const zeb::dense2D<unsigned> c = matrix_of(connect);
+  return timed(repeats, [&] {
+    zeb::dense2D<unsigned> nbr;
+    if (zeb::plexa::get_neighbors(c, zeb::plexa::element_type(type), false, nbr) != 0) throw std::runtime_error("failed");
+  });
+}
+
+// merge(pos, new_IDs, tolerance) on a view of the input: the library gives
+// the view a copy of its own when it merges, as it does for the module.
+std::vector<double> time_merge(const c_array<double>& pos, double tolerance, unsigned repeats) {
+  const zeb::dense2D<double> input = matrix_of(pos);
+  return timed(repeats, [&] {
+    zeb::dense2D<double> p = input;
+    zeb::dense1D<unsigned, 8> map;
+    if (zeb::plexa::merge(p, map, tolerance) < 0) throw std::runtime_error("failed");
+  });
+}
+
+// STL_input and bound_metric_gradations get their timers here when they
+// are in the library.
+
+}  // namespace
+
+PYBIND11_MODULE(plexa_bench_timer, m) {
+  m.def("time_neighbors", &time_neighbors, py::arg("connect"), py::arg("type"), py::arg("repeats"));
+  m.def("time_merge", &time_merge, py::arg("pos"), py::arg("tolerance"), py::arg("repeats"));
+}

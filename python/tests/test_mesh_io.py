@@ -167,3 +167,10 @@ class TestFiles:
         assert mesh.points.dtype == np.float64 and mesh.blocks[0].cells.dtype == np.uint32
         assert mesh.blocks[0].type is E.TRIA3 and mesh.types == [E.TRIA3]
         assert repr(mesh) == "Mesh(3 points; TRIA3 x 1)"
+
+
+def test_meshio_is_imported_only_by_the_interchange():
+    import subprocess
+    import sys
+    code = "import sys, plexa; print('meshio' in sys.modules)"
+    assert subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True).stdout == "False\n"

@@ -18,9 +18,8 @@ py::object numpy_function(const char* name) { return py::module_::import("numpy"
 
 template <class T>
 const char* element_words() {
-  if constexpr (std::is_same_v<T, double>) return "real numbers (float64)";
-  else if constexpr (std::is_same_v<T, unsigned>) return "non-negative integers below 2**32 (uint32)";
-  else return "integers (int32)";
+  static_assert(std::is_same_v<T, double> || std::is_same_v<T, unsigned>, "coordinates and indices only");
+  return std::is_same_v<T, double> ? "real numbers (float64)" : "non-negative integers below 2**32 (uint32)";
 }
 
 [[noreturn]] void fail(PyObject* type, const std::string& text) {
@@ -217,7 +216,6 @@ template zeb::dense2D<double> matrix_in<double>(py::handle, const char*);
 template zeb::dense2D<unsigned> matrix_in<unsigned>(py::handle, const char*);
 template zeb::dense1D<double, 8> vector_in<double>(py::handle, const char*);
 template zeb::dense1D<unsigned, 8> vector_in<unsigned>(py::handle, const char*);
-template zeb::dense1D<int, 8> vector_in<int>(py::handle, const char*);
 template zeb::dense2D<double> matrix_inout<double>(py::handle, const char*, bool);
 template zeb::dense2D<unsigned> matrix_inout<unsigned>(py::handle, const char*, bool);
 template zeb::dense1D<double, 8> vector_inout<double>(py::handle, const char*, bool);
@@ -226,7 +224,6 @@ template py::array array_out<double>(const zeb::dense2D<double>&);
 template py::array array_out<unsigned>(const zeb::dense2D<unsigned>&);
 template py::array array_out<double>(const zeb::dense1D<double, 8>&);
 template py::array array_out<unsigned>(const zeb::dense1D<unsigned, 8>&);
-template py::array array_out<int>(const zeb::dense1D<int, 8>&);
 
 py::array real_array(py::handle obj, const char* name) {
   return numpy_function("asarray")(coerce<double>(obj, name), py::arg("order") = "C");  // keeps 0-d arrays
@@ -278,6 +275,10 @@ int_vector types_in(py::handle obj, std::size_t blocks, const char* name) {
   if (!types.resize(unsigned(s.size()))) throw std::bad_alloc();
   for (std::size_t k = 0; k < s.size(); ++k) types[unsigned(k)] = int(type_in(s[k], name));
   return types;
+}
+
+mesh_args mesh_in(py::handle pos, py::handle connect, py::handle type, const char* connect_name) {
+  return {matrix_in<double>(pos, "pos"), matrix_in<unsigned>(connect, connect_name), type_in(type, "type")};
 }
 
 fixed_vector fixed_in(py::handle obj, const char* name) {

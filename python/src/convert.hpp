@@ -90,6 +90,14 @@ element_type type_in(py::handle obj, const char* name);
 // One element type per block: a single int, or a sequence of ints.
 int_vector types_in(py::handle obj, std::size_t blocks, const char* name);
 
+// The coordinates, connectivity and element type that most calls take.
+struct mesh_args {
+  real_matrix pos;
+  index_matrix connect;
+  element_type type;
+};
+mesh_args mesh_in(py::handle pos, py::handle connect, py::handle type, const char* connect_name = "connect");
+
 // A point or vector of 2 or 3 components; `dim` receives the count.
 struct fixed_vector {
   double v[3] = {0, 0, 0};
@@ -113,6 +121,13 @@ template <class T>
 py::array array_out(const zeb::dense2D<T>& m);
 template <class T>
 py::array array_out(const zeb::dense1D<T, 8>& v);
+// As array_out, with an empty result shaped (0, rows) (the row length the
+// caller expects whatever the library left in an empty matrix).
+template <class T>
+py::array array_out(const zeb::dense2D<T>& m, unsigned rows) {
+  if (!m.empty()) return array_out(m);
+  return array_out(zeb::dense2D<T>(zeb::Ptr<zeb::vector_num<T, 8>>(), 0, rows, 0, rows));
+}
 
 // ---------------------------------------------------------------------------
 // Calls

@@ -74,8 +74,7 @@ py::array copy_edges(py::handle connectivity, py::handle type) {
     check(without_gil([&] { return zp::copy_edges(blocks.data(), blocks.data() + blocks.size(), types, edges); }),
           "copy_edges(connectivity, last, types, edges)");
   }
-  if (edges.empty()) return array_out(index_matrix(zeb::Ptr<zeb::vector_num<unsigned, 8>>(), 0, 2, 0, 2));
-  return array_out(edges);
+  return array_out(edges, 2);
 }
 
 py::object edge_quality(py::handle length, py::handle h1, py::handle h2) {

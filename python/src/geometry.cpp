@@ -142,11 +142,9 @@ py::tuple bounding_box(py::handle pos, py::handle min, py::handle max, py::handl
 }
 
 py::array centroids(py::handle pos, py::handle connect, py::handle type) {
-  const real_matrix p = matrix_in<double>(pos, "pos");
-  const index_matrix c = matrix_in<unsigned>(connect, "connect");
-  const element_type t = type_in(type, "type");
+  const mesh_args a = mesh_in(pos, connect, type);
   real_matrix g;
-  check(without_gil([&] { return zp::centroids(p, c, g, t); }), "centroids(pos, connect, G, type)");
+  check(without_gil([&] { return zp::centroids(a.pos, a.connect, g, a.type); }), "centroids(pos, connect, G, type)");
   return array_out(g);
 }
 
@@ -199,8 +197,7 @@ py::array clip(py::handle pos, py::handle connect, py::handle P, py::handle N) {
   const fixed_vector point = fixed_in(P, "P"), normal = fixed_in(N, "N");
   index_matrix kept;
   check(without_gil([&] { return zp::clip(p, c, point.d3(), normal.d3(), kept); }), "clip(pos, connect, P, N, kept)");
-  if (kept.empty()) return array_out(index_matrix(zeb::Ptr<zeb::vector_num<unsigned, 8>>(), 0, c.rows(), 0, c.rows()));
-  return array_out(kept);
+  return array_out(kept, c.rows());
 }
 
 constexpr const char* transform_rules = R"(

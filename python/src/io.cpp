@@ -29,24 +29,34 @@ blocks_and_types blocks_with_types(py::handle connect, py::handle types) {
   return b;
 }
 
-void medit_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle colors) {
+// A block writer in its one-block form (`write(path, pos, connect, type)`)
+// or its block-range form (`write(path, pos, first, last, types)`).
+template <class Writer>
+void write_blocks(py::handle path, py::handle pos, py::handle connect, py::handle types, const char* name,
+                  Writer&& write) {
   const std::string file = path_in(path);
   const real_matrix p = matrix_in<double>(pos, "pos");
   const blocks_and_types b = blocks_with_types(connect, types);
-  if (!colors.is_none()) {
-    if (!b.single) throw py::value_error("colors: given for one connectivity only");
-    const index_vector k = vector_in<unsigned>(colors, "colors");
+  const std::string signature = std::string(name) + (b.single ? "(path, pos, connect, type)"
+                                                              : "(path, pos, connect, last, types)");
+  if (b.single) {
     const element_type t = element_type(b.types[0]);
-    check(without_gil([&] { return zp::medit_output(file.c_str(), p, b.blocks[0], t, k); }),
-          "medit_output(path, pos, connect, type, colors)");
-  } else if (b.single) {
-    const element_type t = element_type(b.types[0]);
-    check(without_gil([&] { return zp::medit_output(file.c_str(), p, b.blocks[0], t); }),
-          "medit_output(path, pos, connect, type)");
+    check(without_gil([&] { return write(file.c_str(), p, b.blocks[0], t); }), signature.c_str());
   } else {
-    check(without_gil([&] { return zp::medit_output(file.c_str(), p, b.first(), b.last(), b.types); }),
-          "medit_output(path, pos, connect, last, types)");
+    check(without_gil([&] { return write(file.c_str(), p, b.first(), b.last(), b.types); }), signature.c_str());
   }
+}
+
+void medit_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle colors) {
+  if (colors.is_none())
+    return write_blocks(path, pos, connect, types, "medit_output",
+                        [](const auto&... a) { return zp::medit_output(a...); });
+  if (is_block_sequence(connect)) throw py::value_error("colors: given for one connectivity only");
+  const std::string file = path_in(path);
+  const mesh_args a = mesh_in(pos, connect, types);
+  const index_vector k = vector_in<unsigned>(colors, "colors");
+  check(without_gil([&] { return zp::medit_output(file.c_str(), a.pos, a.connect, a.type, k); }),
+        "medit_output(path, pos, connect, type, colors)");
 }
 
 void medit_scalar(py::handle path, unsigned dim, py::handle values) {
@@ -78,17 +88,7 @@ py::tuple vtk_convert(py::handle connect, py::handle type) {
 }
 
 void vtk_output(py::handle path, py::handle pos, py::handle connect, py::handle types) {
-  const std::string file = path_in(path);
-  const real_matrix p = matrix_in<double>(pos, "pos");
-  const blocks_and_types b = blocks_with_types(connect, types);
-  if (b.single) {
-    const element_type t = element_type(b.types[0]);
-    check(without_gil([&] { return zp::vtk_output(file.c_str(), p, b.blocks[0], t); }),
-          "vtk_output(path, pos, connect, type)");
-  } else {
-    check(without_gil([&] { return zp::vtk_output(file.c_str(), p, b.first(), b.last(), b.types); }),
-          "vtk_output(path, pos, connect, last, types)");
-  }
+  write_blocks(path, pos, connect, types, "vtk_output", [](const auto&... a) { return zp::vtk_output(a...); });
 }
 
 void nastran_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle ranges,
@@ -144,17 +144,7 @@ void nastran_output(py::handle path, py::handle pos, py::handle connect, py::han
 }
 
 void ensight_output(py::handle path, py::handle pos, py::handle connect, py::handle types) {
-  const std::string file = path_in(path);
-  const real_matrix p = matrix_in<double>(pos, "pos");
-  const blocks_and_types b = blocks_with_types(connect, types);
-  if (b.single) {
-    const element_type t = element_type(b.types[0]);
-    check(without_gil([&] { return zp::ensight_output(file.c_str(), p, b.blocks[0], t); }),
-          "ensight_output(path, pos, connect, type)");
-  } else {
-    check(without_gil([&] { return zp::ensight_output(file.c_str(), p, b.first(), b.last(), b.types); }),
-          "ensight_output(path, pos, connect, last, types)");
-  }
+  write_blocks(path, pos, connect, types, "ensight_output", [](const auto&... a) { return zp::ensight_output(a...); });
 }
 
 constexpr const char* write_errors = R"(

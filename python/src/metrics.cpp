@@ -6,7 +6,9 @@
 // array (..., 3) or (..., 6).  Sets of vectors (eigenvectors, axes, tangent
 // bases) are arrays (..., k, d) whose rows are the vectors: the memory of
 // the library's column-major matrix_fixed.
+#include <algorithm>
 #include <cmath>
+#include <type_traits>
 
 #include "convert.hpp"
 #include "errors.hpp"
@@ -26,11 +28,6 @@ struct stack {
   py::array a;
   shape_t batch, item;
   const double* data() const { return static_cast<const double*>(a.data()); }
-  std::size_t width() const {
-    std::size_t w = 1;
-    for (py::ssize_t d : item) w *= std::size_t(d);
-    return w;
-  }
 };
 
 stack stack_in(py::handle obj, const char* name, int trailing) {
@@ -127,26 +124,31 @@ void for_items(std::size_t n, F&& f) {
   });
 }
 
+// Calls f with the dimension d (2 or 3) as a constant: f(dimension<2>()).
+template <unsigned D>
+using dimension = std::integral_constant<unsigned, D>;
+template <class F>
+decltype(auto) with_dim(unsigned d, F&& f) {
+  return d == 2 ? f(dimension<2>()) : f(dimension<3>());
+}
+template <unsigned D>
+constexpr unsigned packed = D * (D + 1) / 2;
+
 py::array metric_aniso(py::handle h, py::handle dim, py::handle R) {
   if (!dim.is_none()) {
     if (!R.is_none()) throw py::value_error("R: the axes go with per-axis sizes, not with dim");
     const unsigned d = dim.cast<unsigned>();
     if (d != 2 && d != 3) throw py::value_error("dim: 2 or 3");
     const stack s = stack_in(h, "h", 0);
-    const std::size_t width = d == 2 ? 3 : 6;
-    py::array_t<double> out = out_array(s.batch, {py::ssize_t(width)});
-    double* o = out.mutable_data();
-    const double* x = s.data();
-    for_items(count_of(s.batch), [&](std::size_t k) {
-      if (d == 2) {
-        zeb::symmetric_fixed<double, 2> m;
+    py::array_t<double> out = out_array(s.batch, {d == 2 ? 3 : 6});
+    with_dim(d, [&](auto D) {
+      double* o = out.mutable_data();
+      const double* x = s.data();
+      for_items(count_of(s.batch), [&](std::size_t k) {
+        zeb::symmetric_fixed<double, D> m;
         zp::metric_aniso(x[k], m);
-        put(m, o + k * width);
-      } else {
-        zeb::symmetric_fixed<double, 3> m;
-        zp::metric_aniso(x[k], m);
-        put(m, o + k * width);
-      }
+        put(m, o + k * packed<D>);
+      });
     });
     return out;
   }
@@ -160,23 +162,17 @@ py::array metric_aniso(py::handle h, py::handle dim, py::handle R) {
     if (axes.item != shape_t{d, d}) throw py::value_error("R: the axes of d-D sizes are a (d, d) array, one per row");
     broadcast({&H, &axes});
   }
-  const std::size_t width = d == 2 ? 3 : 6;
-  py::array_t<double> out = out_array(H.batch, {py::ssize_t(width)});
-  double* o = out.mutable_data();
-  const double* x = H.data();
-  const double* r = R.is_none() ? nullptr : axes.data();
-  for_items(count_of(H.batch), [&](std::size_t k) {
-    if (d == 2) {
-      zeb::symmetric_fixed<double, 2> m;
-      if (r) zp::metric_aniso(vec<2>(x + 2 * k), mat<2, 2>(r + 4 * k), m);
-      else zp::metric_aniso(vec<2>(x + 2 * k), m);
-      put(m, o + k * width);
-    } else {
-      zeb::symmetric_fixed<double, 3> m;
-      if (r) zp::metric_aniso(vec<3>(x + 3 * k), mat<3, 3>(r + 9 * k), m);
-      else zp::metric_aniso(vec<3>(x + 3 * k), m);
-      put(m, o + k * width);
-    }
+  py::array_t<double> out = out_array(H.batch, {d == 2 ? 3 : 6});
+  with_dim(d, [&](auto D) {
+    double* o = out.mutable_data();
+    const double* x = H.data();
+    const double* r = R.is_none() ? nullptr : axes.data();
+    for_items(count_of(H.batch), [&](std::size_t k) {
+      zeb::symmetric_fixed<double, D> m;
+      if (r) zp::metric_aniso(vec<D>(x + D * k), mat<D, D>(r + D * D * k), m);
+      else zp::metric_aniso(vec<D>(x + D * k), m);
+      put(m, o + k * packed<D>);
+    });
   });
   return out;
 }
@@ -187,66 +183,51 @@ stack tangent_bases(py::handle T) {
   return t;
 }
 
-py::array metric_aniso2d(py::handle h, py::handle T) {
-  stack s = stack_in(h, "h", 0), t = tangent_bases(T);
-  broadcast({&s, &t});
-  py::array_t<double> out = out_array(s.batch, {3});
+// f(item of a, basis, out) over a stack `a` of `width` values per item
+// broadcast with tangent bases, into 2-D metrics.
+template <class F>
+py::array in_tangent_planes(stack a, py::handle T, std::size_t width, F&& f) {
+  stack t = tangent_bases(T);
+  broadcast({&a, &t});
+  py::array_t<double> out = out_array(a.batch, {3});
   double* o = out.mutable_data();
-  const double *x = s.data(), *b = t.data();
-  for_items(count_of(s.batch), [&](std::size_t k) {
+  const double *x = a.data(), *b = t.data();
+  for_items(count_of(a.batch), [&](std::size_t k) {
     zeb::symmetric_fixed<double, 2> m;
-    zp::metric_aniso2d(x[k], mat<3, 2>(b + 6 * k), m);
+    f(x + width * k, mat<3, 2>(b + 6 * k), m);
     put(m, o + 3 * k);
   });
   return out;
 }
 
-py::array metric_aniso3d_to_aniso2d(py::handle M3, py::handle T) {
-  stack s = stack_in(M3, "M3", 1), t = tangent_bases(T);
-  if (metric_dim(s, "M3") != 3) throw py::value_error("M3: 3-D metrics, 6 values per item");
-  broadcast({&s, &t});
-  py::array_t<double> out = out_array(s.batch, {3});
-  double* o = out.mutable_data();
-  const double *x = s.data(), *b = t.data();
-  for_items(count_of(s.batch), [&](std::size_t k) {
-    zeb::symmetric_fixed<double, 2> m;
-    zp::metric_aniso3d_to_aniso2d(sym<3>(x + 6 * k), mat<3, 2>(b + 6 * k), m);
-    put(m, o + 3 * k);
+py::array metric_aniso2d(py::handle h, py::handle T) {
+  return in_tangent_planes(stack_in(h, "h", 0), T, 1, [](const double* x, const auto& basis, auto& m) {
+    zp::metric_aniso2d(*x, basis, m);
   });
-  return out;
+}
+
+py::array metric_aniso3d_to_aniso2d(py::handle M3, py::handle T) {
+  const stack s = stack_in(M3, "M3", 1);
+  if (metric_dim(s, "M3") != 3) throw py::value_error("M3: 3-D metrics, 6 values per item");
+  return in_tangent_planes(s, T, 6, [](const double* x, const auto& basis, auto& m) {
+    zp::metric_aniso3d_to_aniso2d(sym<3>(x), basis, m);
+  });
 }
 
 py::array eigen_values(py::handle M) {
   const stack s = stack_in(M, "M", 1);
   const unsigned d = metric_dim(s, "M");
   py::array_t<double> out = out_array(s.batch, {py::ssize_t(d)});
-  double* o = out.mutable_data();
-  const double* x = s.data();
-  for_items(count_of(s.batch), [&](std::size_t k) {
-    if (d == 2) {
-      zeb::vector_fixed<double, 2> l;
-      zp::eigen_values(sym<2>(x + 3 * k), l);
-      o[2 * k] = l[0], o[2 * k + 1] = l[1];
-    } else {
-      zeb::vector_fixed<double, 3> l;
-      zp::eigen_values(sym<3>(x + 6 * k), l);
-      for (unsigned i = 0; i < 3; ++i) o[3 * k + i] = l[i];
-    }
+  with_dim(d, [&](auto D) {
+    double* o = out.mutable_data();
+    const double* x = s.data();
+    for_items(count_of(s.batch), [&](std::size_t k) {
+      zeb::vector_fixed<double, D> l;
+      zp::eigen_values(sym<D>(x + packed<D> * k), l);
+      std::copy(l.v, l.v + D, o + D * k);
+    });
   });
   return out;
-}
-
-template <unsigned D>
-bool solve_pairs(const double* m1, const double* m2, double* l, double* v) {
-  constexpr unsigned width = D * (D + 1) / 2;
-  zeb::vector_fixed<double, D> values;
-  zeb::matrix_fixed<double, D, D> vectors;
-  const bool ok = m2 ? zp::eigen_pairs(sym<D>(m1), sym<D>(m2), values, vectors)
-                     : zp::eigen_pairs(sym<D>(m1), values, vectors);
-  (void)width;
-  for (unsigned i = 0; i < D; ++i) l[i] = values[i];
-  for (unsigned i = 0; i < D * D; ++i) v[i] = vectors.a[i];
-  return ok;
 }
 
 py::tuple eigen_pairs(py::handle M, py::handle M2) {
@@ -259,97 +240,83 @@ py::tuple eigen_pairs(py::handle M, py::handle M2) {
   }
   py::array_t<double> L = out_array(s.batch, {py::ssize_t(d)}), V = out_array(s.batch, {py::ssize_t(d), py::ssize_t(d)});
   py::array_t<bool> ok = out_array<bool>(s.batch, {});
-  double *l = L.mutable_data(), *v = V.mutable_data();
-  bool* good = ok.mutable_data();
-  const double *x = s.data(), *y = M2.is_none() ? nullptr : s2.data();
-  const std::size_t width = d == 2 ? 3 : 6;
-  for_items(count_of(s.batch), [&](std::size_t k) {
-    const double* second = y ? y + width * k : nullptr;
-    good[k] = d == 2 ? solve_pairs<2>(x + width * k, second, l + 2 * k, v + 4 * k)
-                     : solve_pairs<3>(x + width * k, second, l + 3 * k, v + 9 * k);
+  with_dim(d, [&](auto D) {
+    double *l = L.mutable_data(), *v = V.mutable_data();
+    bool* good = ok.mutable_data();
+    const double *x = s.data(), *y = M2.is_none() ? nullptr : s2.data();
+    for_items(count_of(s.batch), [&](std::size_t k) {
+      zeb::vector_fixed<double, D> values;
+      zeb::matrix_fixed<double, D, D> vectors;  // column j, contiguous, is row j of V
+      const auto m = sym<D>(x + packed<D> * k);
+      good[k] = y ? zp::eigen_pairs(m, sym<D>(y + packed<D> * k), values, vectors) : zp::eigen_pairs(m, values, vectors);
+      std::copy(values.v, values.v + D, l + D * k);
+      std::copy(vectors.a, vectors.a + D * D, v + D * D * k);
+    });
   });
   return py::make_tuple(L, V, flags_out(ok, s.batch));
 }
 
 py::object is_valid_metric(py::handle M) {
   const stack s = stack_in(M, "M", 1);
-  const unsigned d = metric_dim(s, "M");
   py::array_t<bool> ok = out_array<bool>(s.batch, {});
-  bool* o = ok.mutable_data();
-  const double* x = s.data();
-  for_items(count_of(s.batch), [&](std::size_t k) {
-    o[k] = d == 2 ? zp::is_valid_metric(sym<2>(x + 3 * k)) : zp::is_valid_metric(sym<3>(x + 6 * k));
+  with_dim(metric_dim(s, "M"), [&](auto D) {
+    bool* o = ok.mutable_data();
+    const double* x = s.data();
+    for_items(count_of(s.batch), [&](std::size_t k) { o[k] = zp::is_valid_metric(sym<D>(x + packed<D> * k)); });
   });
   return flags_out(ok, s.batch);
 }
 
+// f(item of a, item of b, result) -> bool over two broadcast stacks of
+// packed metrics; returns (results, flags).  The result starts as the item
+// of a, as the library leaves it where it says so.
+template <class F>
+py::tuple metric_pairs(stack a, stack b, const char* name_a, const char* name_b, F&& f) {
+  const unsigned d = metric_dim(a, name_a);
+  if (metric_dim(b, name_b) != d) throw py::value_error(std::string(name_b) + ": of another dimension than " + name_a);
+  broadcast({&a, &b});
+  py::array_t<double> out = out_array(a.batch, a.item);
+  py::array_t<bool> ok = out_array<bool>(a.batch, {});
+  with_dim(d, [&](auto D) {
+    double* o = out.mutable_data();
+    bool* good = ok.mutable_data();
+    const double *x = a.data(), *y = b.data();
+    for_items(count_of(a.batch), [&](std::size_t k) {
+      auto m = sym<D>(x + packed<D> * k);
+      good[k] = f(sym<D>(x + packed<D> * k), sym<D>(y + packed<D> * k), m);
+      put(m, o + packed<D> * k);
+    });
+  });
+  return py::make_tuple(out, flags_out(ok, a.batch));
+}
+
 py::tuple bound_metric(py::handle M, double hmin, double hmax) {
-  const stack s = stack_in(M, "M", 1);
-  const unsigned d = metric_dim(s, "M");
-  const std::size_t width = d == 2 ? 3 : 6;
-  py::array_t<double> out = out_array(s.batch, s.item);
-  py::array_t<bool> ok = out_array<bool>(s.batch, {});
-  double* o = out.mutable_data();
-  bool* good = ok.mutable_data();
-  const double* x = s.data();
   // The bounds are checked once, on an identity metric: -2 and -3 refuse
   // them whatever the metric.
   zeb::symmetric_fixed<double, 2> probe(1.0, 1.0);
   const int refused = zp::bound_metric(probe, hmin, hmax);
   if (refused == -2 || refused == -3) raise_code(refused, "bound_metric(M, hmin, hmax)");
-  for_items(count_of(s.batch), [&](std::size_t k) {
-    int code;
-    if (d == 2) {
-      zeb::symmetric_fixed<double, 2> m = sym<2>(x + width * k);
-      code = zp::bound_metric(m, hmin, hmax);
-      put(m, o + width * k);
-    } else {
-      zeb::symmetric_fixed<double, 3> m = sym<3>(x + width * k);
-      code = zp::bound_metric(m, hmin, hmax);
-      put(m, o + width * k);
-    }
-    good[k] = code == 0;
-  });
-  return py::make_tuple(out, flags_out(ok, s.batch));
+  const stack s = stack_in(M, "M", 1);
+  return metric_pairs(s, s, "M", "M", [&](const auto&, const auto&, auto& m) { return zp::bound_metric(m, hmin, hmax) == 0; });
 }
 
-template <bool Largest>
-py::tuple extreme_metric(py::handle M1, py::handle M2) {
-  stack a = stack_in(M1, "M1", 1), b = stack_in(M2, "M2", 1);
-  const unsigned d = metric_dim(a, "M1");
-  if (metric_dim(b, "M2") != d) throw py::value_error("M2: of another dimension than M1");
-  broadcast({&a, &b});
-  const std::size_t width = d == 2 ? 3 : 6;
-  py::array_t<double> out = out_array(a.batch, a.item);
-  py::array_t<bool> ok = out_array<bool>(a.batch, {});
-  double* o = out.mutable_data();
-  bool* good = ok.mutable_data();
-  const double *x = a.data(), *y = b.data();
-  for_items(count_of(a.batch), [&](std::size_t k) {
-    // The result starts as M1, as the library leaves M where it says so.
-    if (d == 2) {
-      zeb::symmetric_fixed<double, 2> m = sym<2>(x + width * k);
-      good[k] = Largest ? zp::maximum_metric(sym<2>(x + width * k), sym<2>(y + width * k), m)
-                        : zp::minimum_metric(sym<2>(x + width * k), sym<2>(y + width * k), m);
-      put(m, o + width * k);
-    } else {
-      zeb::symmetric_fixed<double, 3> m = sym<3>(x + width * k);
-      good[k] = Largest ? zp::maximum_metric(sym<3>(x + width * k), sym<3>(y + width * k), m)
-                        : zp::minimum_metric(sym<3>(x + width * k), sym<3>(y + width * k), m);
-      put(m, o + width * k);
-    }
-  });
-  return py::make_tuple(out, flags_out(ok, a.batch));
+py::tuple maximum_metric(py::handle M1, py::handle M2) {
+  return metric_pairs(stack_in(M1, "M1", 1), stack_in(M2, "M2", 1), "M1", "M2",
+                      [](const auto& a, const auto& b, auto& m) { return zp::maximum_metric(a, b, m); });
+}
+
+py::tuple minimum_metric(py::handle M1, py::handle M2) {
+  return metric_pairs(stack_in(M1, "M1", 1), stack_in(M2, "M2", 1), "M1", "M2",
+                      [](const auto& a, const auto& b, auto& m) { return zp::minimum_metric(a, b, m); });
 }
 
 py::object metric_aniso_to_iso(py::handle M, double t) {
   const stack s = stack_in(M, "M", 1);
-  const unsigned d = metric_dim(s, "M");
   py::array_t<double> out = out_array(s.batch, {});
-  double* o = out.mutable_data();
-  const double* x = s.data();
-  for_items(count_of(s.batch), [&](std::size_t k) {
-    o[k] = d == 2 ? zp::metric_aniso_to_iso(sym<2>(x + 3 * k), t) : zp::metric_aniso_to_iso(sym<3>(x + 6 * k), t);
+  with_dim(metric_dim(s, "M"), [&](auto D) {
+    double* o = out.mutable_data();
+    const double* x = s.data();
+    for_items(count_of(s.batch), [&](std::size_t k) { o[k] = zp::metric_aniso_to_iso(sym<D>(x + packed<D> * k), t); });
   });
   return scalars_out(out, s.batch);
 }
@@ -360,30 +327,25 @@ py::object metric_aniso_to_iso(py::handle M, double t) {
 
 bool is_size_field(py::handle field) { return ndim_of(field) == 1; }
 
-unsigned first_invalid(py::handle field, py::handle nodes) {
+// Runs scan(field) or scan(nodes, field) on a size or metric field.
+template <class Scan>
+auto scan_field(py::handle field, py::handle nodes, Scan&& scan) {
+  const index_vector n = optional_vector_in<unsigned>(nodes, "nodes");
+  const bool listed = !nodes.is_none();
   if (is_size_field(field)) {
     const real_vector h = vector_in<double>(field, "H");
-    if (nodes.is_none()) return without_gil([&] { return zp::first_invalid_metric(h); });
-    const index_vector n = vector_in<unsigned>(nodes, "nodes");
-    return without_gil([&] { return zp::first_invalid_metric(n, h); });
+    return without_gil([&] { return listed ? scan(n, h) : scan(h); });
   }
   const real_matrix m = matrix_in<double>(field, "M");
-  if (nodes.is_none()) return without_gil([&] { return zp::first_invalid_metric(m); });
-  const index_vector n = vector_in<unsigned>(nodes, "nodes");
-  return without_gil([&] { return zp::first_invalid_metric(n, m); });
+  return without_gil([&] { return listed ? scan(n, m) : scan(m); });
+}
+
+unsigned first_invalid(py::handle field, py::handle nodes) {
+  return scan_field(field, nodes, [](const auto&... a) { return zp::first_invalid_metric(a...); });
 }
 
 bool are_valid(py::handle field, py::handle nodes) {
-  if (is_size_field(field)) {
-    const real_vector h = vector_in<double>(field, "H");
-    if (nodes.is_none()) return without_gil([&] { return zp::are_valid_metrics(h); });
-    const index_vector n = vector_in<unsigned>(nodes, "nodes");
-    return without_gil([&] { return zp::are_valid_metrics(n, h); });
-  }
-  const real_matrix m = matrix_in<double>(field, "M");
-  if (nodes.is_none()) return without_gil([&] { return zp::are_valid_metrics(m); });
-  const index_vector n = vector_in<unsigned>(nodes, "nodes");
-  return without_gil([&] { return zp::are_valid_metrics(n, m); });
+  return scan_field(field, nodes, [](const auto&... a) { return zp::are_valid_metrics(a...); });
 }
 
 py::array valid_columns(py::handle M) {
@@ -396,7 +358,7 @@ py::array valid_columns(py::handle M) {
     const bool some_valid = without_gil([&] {
       for (unsigned j = 0; j < m.cols(); ++j) {
         const double* c = &m(0, j);
-        if (m.rows() == 3 ? zp::is_valid_metric(sym<2>(c)) : zp::is_valid_metric(sym<3>(c))) return true;
+        if (with_dim(m.rows() == 3 ? 2 : 3, [&](auto D) { return zp::is_valid_metric(sym<D>(c)); })) return true;
       }
       return false;
     });
@@ -441,8 +403,7 @@ py::object overwrite_invalid(py::handle field, py::handle ref, py::handle metric
     if (!s.batch.empty()) throw py::value_error("metric: one packed metric");
     const unsigned d = metric_dim(s, "metric");
     check(without_gil([&] {
-            return d == 2 ? zp::overwrite_invalid_metrics(m, sym<2>(s.data()))
-                          : zp::overwrite_invalid_metrics(m, sym<3>(s.data()));
+            return with_dim(d, [&](auto D) { return zp::overwrite_invalid_metrics(m, sym<D>(s.data())); });
           }),
           "overwrite_invalid_metrics(M, Mref)");
   } else if (ndim_of(ref) == 1) {
@@ -554,14 +515,14 @@ failed) or was rebuilt but is not valid.
 
 Raises Error -2 when hmin is not finite, -3 when hmax is not.)");
 
-  m.def("maximum_metric", &extreme_metric<true>, py::arg("M1"), py::arg("M2"),
+  m.def("maximum_metric", &maximum_metric, py::arg("M1"), py::arg("M2"),
         R"(maximum_metric(M1, M2) -> tuple[ndarray, ndarray | bool]
 
 The larger of two metrics: its unit ball holds both unit balls, built in the
 basis that reduces both at once.  Returns (M, ok): ok is False where the
 reduction failed (M is M1 there) or the result has no positive eigenvalue.)");
 
-  m.def("minimum_metric", &extreme_metric<false>, py::arg("M1"), py::arg("M2"),
+  m.def("minimum_metric", &minimum_metric, py::arg("M1"), py::arg("M2"),
         R"(minimum_metric(M1, M2) -> tuple[ndarray, ndarray | bool]
 
 The smaller of two metrics (the intersection): its unit ball lies in both

@@ -10,39 +10,32 @@ namespace zp = zeb::plexa;
 namespace {
 
 py::array shape_qualities(py::handle pos, py::handle connect, py::handle type, py::handle metrics) {
-  const real_matrix p = matrix_in<double>(pos, "pos");
-  const index_matrix c = matrix_in<unsigned>(connect, "connect");
-  const element_type t = type_in(type, "type");
+  const mesh_args a = mesh_in(pos, connect, type);
   real_vector q;
   if (metrics.is_none()) {
-    check(without_gil([&] { return zp::shape_qualities(p, c, t, q); }), "shape_qualities(pos, connect, type, qualities)");
+    check(without_gil([&] { return zp::shape_qualities(a.pos, a.connect, a.type, q); }), "shape_qualities(pos, connect, type, qualities)");
   } else {
     const real_matrix m = matrix_in<double>(metrics, "metrics");
-    check(without_gil([&] { return zp::shape_qualities(p, c, t, m, q); }),
+    check(without_gil([&] { return zp::shape_qualities(a.pos, a.connect, a.type, m, q); }),
           "shape_qualities(pos, connect, type, metrics, qualities)");
   }
   return array_out(q);
 }
 
 py::tuple min_quality(py::handle pos, py::handle connect, py::handle type) {
-  const real_matrix p = matrix_in<double>(pos, "pos");
-  const index_matrix c = matrix_in<unsigned>(connect, "connect");
-  const element_type t = type_in(type, "type");
+  const mesh_args a = mesh_in(pos, connect, type);
   double quality = 0;
   unsigned element = NO_INDEX;
-  check(without_gil([&] { return zp::min_quality(p, c, t, quality, element); }),
+  check(without_gil([&] { return zp::min_quality(a.pos, a.connect, a.type, quality, element); }),
         "min_quality(pos, connect, type, quality, element)");
   return py::make_tuple(quality, element == NO_INDEX ? py::object(py::none()) : py::object(py::int_(element)));
 }
 
 py::array jacobians(py::handle pos, py::handle connect, py::handle type) {
-  const real_matrix p = matrix_in<double>(pos, "pos");
-  const index_matrix c = matrix_in<unsigned>(connect, "connect");
-  const element_type t = type_in(type, "type");
+  const mesh_args a = mesh_in(pos, connect, type);
   real_matrix dets;
-  check(without_gil([&] { return zp::jacobians(p, c, t, dets); }), "jacobians(pos, connect, type, dets)");
-  if (dets.empty()) return array_out(real_matrix(zeb::Ptr<zeb::vector_num<double, 8>>(), 0, 2, 0, 2));
-  return array_out(dets);
+  check(without_gil([&] { return zp::jacobians(a.pos, a.connect, a.type, dets); }), "jacobians(pos, connect, type, dets)");
+  return array_out(dets, 2);
 }
 
 void bind_quality(py::module_& m) {

@@ -22,11 +22,7 @@ unsigned boundary_rows(element_type type) {
   }
 }
 
-py::array boundaries_out(const index_matrix& b, element_type type) {
-  if (!b.empty()) return array_out(b);
-  const unsigned rows = boundary_rows(type);
-  return array_out(index_matrix(zeb::Ptr<zeb::vector_num<unsigned, 8>>(), 0, rows, 0, rows));
-}
+py::array boundaries_out(const index_matrix& b, element_type type) { return array_out(b, boundary_rows(type)); }
 
 py::array element_boundaries(py::handle connectivity, py::handle type) {
   const index_matrix c = matrix_in<unsigned>(connectivity, "connectivity");

@@ -1,5 +1,6 @@
 // node_detector and merge on one million random 3-D points, against
-// nanoflann (build, nearest queries, and a radius-search merge loop).
+// nanoflann (build, nearest queries, and a radius-search merge loop) and a
+// uniform-bin point locator (merge).
 //
 // Merge input: 1M points of which 30% are copies of earlier points moved by
 // less than 1e-7, merged with tolerance 1e-6.  The peak memory of merge is
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
 #include <random>
 #include <vector>
@@ -225,6 +227,17 @@ void BM_merge_plexa_node_list(benchmark::State& state) {
   state.counters["peak_bytes_per_point"] = double(peak) / N;
 }
 
+// The chains of a map whose representatives precede their nodes, flattened.
+void flatten(std::vector<unsigned>& map) {
+  for (unsigned i = 0; i < map.size(); ++i) map[i] = map[map[i]];
+  benchmark::DoNotOptimize(map.data());
+}
+
+void report_merge(benchmark::State& state, unsigned merged, long long peak) {
+  state.counters["merged"] = merged;
+  state.counters["peak_bytes_per_point"] = double(peak) / N;
+}
+
 // The same rule with nanoflann: build, one radius search per point keeping
 // the closest neighbour of smaller index, then the chains flattened.
 void BM_merge_nanoflann(benchmark::State& state) {
@@ -249,12 +262,82 @@ void BM_merge_nanoflann(benchmark::State& state) {
       map[i] = best;
       merged += best != i;
     }
-    for (unsigned i = 0; i < N; ++i) map[i] = map[map[i]];  // representatives precede their nodes
-    benchmark::DoNotOptimize(map.data());
+    flatten(map);
     peak = std::max(peak, meter.bytes());
   }
-  state.counters["merged"] = merged;
-  state.counters["peak_bytes_per_point"] = double(peak) / N;
+  report_merge(state, merged, peak);
+}
+
+// The same rule with a uniform-bin point locator, the classic static
+// locator of visualisation toolkits: about one point per bin, the point ids
+// sorted into their bins by a counting sort, then for every point in index
+// order the bins its tolerance box overlaps are scanned for the closest
+// point of smaller index.
+void BM_merge_uniform_bins(benchmark::State& state) {
+  const dense2D<double>& pos = points_with_copies();
+  const double* x = pos.data();
+  const std::size_t ld = pos.ld();
+  long long peak = 0;
+  unsigned merged = 0;
+  for (auto _ : state) {
+    peak_meter meter;
+    double lo[3], hi[3];
+    for (unsigned k = 0; k < 3; ++k) lo[k] = hi[k] = x[k];
+    for (unsigned i = 1; i < N; ++i)
+      for (unsigned k = 0; k < 3; ++k) {
+        lo[k] = std::min(lo[k], x[i * ld + k]);
+        hi[k] = std::max(hi[k], x[i * ld + k]);
+      }
+    const unsigned per_axis = unsigned(std::cbrt(double(N)));
+    unsigned dims[3];
+    double scale[3];
+    for (unsigned k = 0; k < 3; ++k) {
+      dims[k] = per_axis;
+      scale[k] = hi[k] > lo[k] ? dims[k] / (hi[k] - lo[k]) : 0.0;
+    }
+    const auto cell = [&](unsigned k, double v) {
+      const double t = (v - lo[k]) * scale[k];
+      return t <= 0 ? 0u : t >= dims[k] ? dims[k] - 1 : unsigned(t);
+    };
+    const std::size_t bins = std::size_t(dims[0]) * dims[1] * dims[2];
+    std::vector<unsigned> start(bins + 1, 0), bin_of(N), ids(N), map(N);
+    for (unsigned i = 0; i < N; ++i) {
+      const double* p = x + i * ld;
+      bin_of[i] = cell(0, p[0]) + dims[0] * (cell(1, p[1]) + dims[1] * cell(2, p[2]));
+      ++start[bin_of[i] + 1];
+    }
+    for (std::size_t b = 0; b < bins; ++b) start[b + 1] += start[b];
+    {
+      std::vector<unsigned> fill(start.begin(), start.end() - 1);
+      for (unsigned i = 0; i < N; ++i) ids[fill[bin_of[i]]++] = i;
+    }
+    merged = 0;
+    for (unsigned i = 0; i < N; ++i) {
+      const double* p = x + i * ld;
+      unsigned best = i;
+      double bound = TOLERANCE * TOLERANCE;
+      unsigned from[3], to[3];
+      for (unsigned k = 0; k < 3; ++k) from[k] = cell(k, p[k] - TOLERANCE), to[k] = cell(k, p[k] + TOLERANCE);
+      for (unsigned c = from[2]; c <= to[2]; ++c)
+        for (unsigned b = from[1]; b <= to[1]; ++b)
+          for (unsigned a = from[0]; a <= to[0]; ++a) {
+            const std::size_t bin = a + dims[0] * (b + std::size_t(dims[1]) * c);
+            for (unsigned k = start[bin]; k < start[bin + 1]; ++k) {
+              const unsigned j = ids[k];
+              if (j >= i) continue;
+              const double* q = x + j * ld;
+              const double d2 = (q[0] - p[0]) * (q[0] - p[0]) + (q[1] - p[1]) * (q[1] - p[1]) +
+                                (q[2] - p[2]) * (q[2] - p[2]);
+              if (d2 <= bound) best = j, bound = d2;
+            }
+          }
+      map[i] = best;
+      merged += best != i;
+    }
+    flatten(map);
+    peak = std::max(peak, meter.bytes());
+  }
+  report_merge(state, merged, peak);
 }
 
 // A detector grown one node per insert() call, as a mesh generator grows it:
@@ -326,6 +409,7 @@ BENCHMARK(BM_find_closest_nanoflann)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_merge_plexa)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_merge_plexa_node_list)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_merge_nanoflann)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_merge_uniform_bins)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_insert_batch_random)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_insert_one_per_call_sorted_line)->Arg(40000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_insert_one_per_call_coincident)->Arg(40000)->Arg(1000000)->Unit(benchmark::kMillisecond);

@@ -18,11 +18,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 #include <zeb/dense.hpp>
 
 #include "core/element_model.hpp"
+#include "search/exact_places.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -31,14 +31,6 @@ namespace detail {
 // A query that meets this many targets at the very place of its source
 // has the answers of that place kept for the later sources at it.
 constexpr unsigned PLACE_COPIES = 16;
-
-// Whether a and b are one place (-0 and +0 alike, NaN nowhere).
-template <unsigned D>
-inline bool same_place(const double* a, const double* b) noexcept {
-  for (unsigned k = 0; k < D; ++k)
-    if (!(a[k] == b[k])) return false;
-  return true;
-}
 
 // A candidate of a box query within the tolerance: squared distance, rank
 // (its node is the target of that rank) and position in the visiting order.
@@ -59,7 +51,7 @@ class coincident_sources {
     if (places_.empty()) return NO_INDEX;
     const unsigned* b = buckets_.data();
     const unsigned mask = buckets_.size() - 1;
-    for (unsigned h = hash(p) & mask;; h = (h + 1) & mask) {
+    for (unsigned h = place_hash<D>(p) & mask;; h = (h + 1) & mask) {
       if (b[h] == NO_INDEX) return NO_INDEX;
       if (same_place<D>(places_[b[h]].x, p)) return b[h];
     }
@@ -122,21 +114,10 @@ class coincident_sources {
     unsigned node;
   };
 
-  static unsigned hash(const double* p) noexcept {
-    std::uint64_t h = 0;
-    for (unsigned k = 0; k < D; ++k) {
-      const double v = p[k] + 0.0;  // -0 and +0 alike
-      std::uint64_t bits;
-      std::memcpy(&bits, &v, sizeof bits);
-      h = (h ^ bits) * 0x9E3779B97F4A7C15ull;
-    }
-    return unsigned(h >> 32);
-  }
-
   void place_bucket(unsigned k) noexcept {
     unsigned* b = buckets_.data();
     const unsigned mask = buckets_.size() - 1;
-    unsigned h = hash(places_[k].x) & mask;
+    unsigned h = place_hash<D>(places_[k].x) & mask;
     while (b[h] != NO_INDEX) h = (h + 1) & mask;
     b[h] = k;
   }

@@ -21,14 +21,17 @@ namespace zeb {
 namespace plexa {
 namespace detail {
 
-// Read access to a tree: coordinates (first entry and column stride) and the
-// slot table (3 unsigned per slot, contiguous).
+// Read access to a tree: coordinates (first entry and column stride), the
+// slot table (3 unsigned per slot, contiguous) and, when the tree keeps
+// them, the coordinates of every slot's node in slot order (D per slot),
+// which the closest-node search reads instead of the caller's columns.
 template <unsigned D>
 struct kd_view {
   const double* x = nullptr;
   std::size_t ld = 0;
   const unsigned* slots = nullptr;
   unsigned count = 0;
+  const double* slot_x = nullptr;
 
   const double* at(unsigned node) const noexcept { return x + node * ld; }
   unsigned node(unsigned s) const noexcept { return slots[3 * std::size_t(s)]; }
@@ -44,6 +47,15 @@ inline kd_view<D> make_view(const dense2D<double>& pos, const dense2D<unsigned>&
   v.ld = pos.ld();
   v.slots = table.data();
   v.count = pos.rows() == D ? table.cols() : 0;
+  return v;
+}
+
+// The same with the slot coordinates (D per slot of the table).
+template <unsigned D>
+inline kd_view<D> make_view(const dense2D<double>& pos, const dense2D<unsigned>& table,
+                            const dense1D<double, 8>& slot_x) noexcept {
+  kd_view<D> v = make_view<D>(pos, table);
+  if (slot_x.size() == std::size_t(D) * table.cols()) v.slot_x = slot_x.data();
   return v;
 }
 
@@ -195,18 +207,24 @@ inline double squared_distance(const double* a, const double* b) noexcept {
 }
 
 // A subtree left for later by the closest-node search: the far side `far`
-// (splitting on `axis`) of slot `anchor`, worth entering while the squared
-// distance to the anchor's splitting plane, diff2, can still beat the best.
+// (splitting on `axis`) of slot `anchor`, with the squared distances from
+// the query to the region of that subtree along each axis (`offset`, 0
+// where the query lies within the region's bounds) and their sum, `floor`.
+// No node of the subtree is closer than floor: it is worth entering while
+// floor is below the best distance.
+template <unsigned D>
 struct closest_step {
-  double diff2;
+  double floor;
+  double offset[D];
   unsigned far;
   unsigned anchor;
   unsigned axis;
 };
 
 // The stack of pending far sides: entries[0, size) in a room of `capacity`.
+template <unsigned D>
 struct closest_stack {
-  closest_step* entries;
+  closest_step<D>* entries;
   unsigned size;
   unsigned capacity;
 };
@@ -215,28 +233,29 @@ struct closest_stack {
 // in its own frame are not enough: a block that doubles as needed.  When no
 // block can be had the older half of the entries is forgotten instead
 // (dropped() tells), and the search finds those again by climbing the tree.
+template <unsigned D>
 class closest_overflow {
  public:
   bool dropped() const noexcept { return dropped_; }
 
   // Room for one more entry on the full stack `at`.
-  closest_stack make_room(const closest_stack& at) noexcept {
-    if (!dropped_ && at.capacity <= (1u << 30)) {
-      dense1D<closest_step, 8> bigger;
+  closest_stack<D> make_room(const closest_stack<D>& at) noexcept {
+    if (!dropped_ && at.capacity <= (1u << 28)) {
+      dense1D<closest_step<D>, 8> bigger;
       if (bigger.resize(2 * at.capacity)) {
-        std::memcpy(static_cast<void*>(bigger.data()), at.entries, at.size * sizeof(closest_step));
-        block_ = static_cast<dense1D<closest_step, 8>&&>(bigger);
-        return closest_stack{block_.data(), at.size, 2 * at.capacity};
+        std::memcpy(static_cast<void*>(bigger.data()), at.entries, at.size * sizeof(closest_step<D>));
+        block_ = static_cast<dense1D<closest_step<D>, 8>&&>(bigger);
+        return closest_stack<D>{block_.data(), at.size, 2 * at.capacity};
       }
     }
     dropped_ = true;
     const unsigned kept = at.size / 2;
-    std::memmove(static_cast<void*>(at.entries), at.entries + (at.size - kept), kept * sizeof(closest_step));
-    return closest_stack{at.entries, kept, at.capacity};
+    std::memmove(static_cast<void*>(at.entries), at.entries + (at.size - kept), kept * sizeof(closest_step<D>));
+    return closest_stack<D>{at.entries, kept, at.capacity};
   }
 
  private:
-  dense1D<closest_step, 8> block_;
+  dense1D<closest_step<D>, 8> block_;
   bool dropped_ = false;
 };
 
@@ -251,54 +270,85 @@ unsigned parent_slot(const kd_view<D>& tree, unsigned x) noexcept {
 
 constexpr unsigned previous_axis(unsigned axis, unsigned dim) noexcept { return axis == 0 ? dim - 1 : axis - 1; }
 
-// The pruned search: depth first from the root, the query's side of every
-// splitting plane before the other side, which is entered only while it can
-// hold a point strictly closer than the best so far.  A NaN difference on
-// the axis keeps both sides open (a node with a NaN coordinate may sit above
-// finite ones).  Only a strictly closer node replaces the candidate, which
-// is returned.
-//
-// The walk keeps its pending far sides on a stack of its own, not on the
-// call stack: a tree grown one node per insertion may be as deep as it is
-// large.
+// The sum of the squared offsets, taken in axis order as squared_distance
+// takes its terms: for every node of the region each term is at most the
+// node's term, so the sum is at most the node's squared distance, rounding
+// included.
 template <unsigned D>
-unsigned closest_walk(const kd_view<D> tree, const double* q, unsigned excluded, double best,
-                      unsigned candidate) noexcept {
-  closest_step local[64];
-  closest_stack pending{local, 0, 64};
-  closest_overflow overflow;
+inline double offset_floor(const double* offset) noexcept {
+  double sum = 0.0;
+  for (unsigned k = 0; k < D; ++k) sum += offset[k];
+  return sum;
+}
+
+// The closest-node search: depth first from the root, the query's side of
+// every splitting plane before the other side, which is entered only while
+// its region can hold a node strictly closer than the best so far (the
+// squared distance to the region, a tighter floor than the one to the
+// splitting plane alone).  The first steps are the descent along the
+// query's own path; the search ends on an exact hit, which nothing can
+// beat.  The far sides met on the way wait on the stack and are taken back
+// deepest first, as a search restarted from the root with the descent's
+// radius would take them.  A NaN difference keeps both sides open (a node
+// with a NaN coordinate may sit above finite ones).  Only a strictly closer
+// node replaces the candidate, so among equals the first met wins.
+//
+// `at(slot, node)` gives the coordinates of a slot's node.  The walk keeps
+// its pending far sides on a stack of its own, not on the call stack: a tree
+// grown one node per insertion may be as deep as it is large.
+template <unsigned D, class Coordinates>
+unsigned closest_search(const kd_view<D>& tree, Coordinates at, const double* q, unsigned excluded) noexcept {
+  closest_step<D> local[64];
+  closest_stack<D> pending{local, 0, 64};
+  closest_overflow<D> overflow;
+  double best = DBL_MAX;
+  unsigned candidate = NO_INDEX;
+  double offset[D] = {};
   unsigned s = 0, axis = 0;
   for (;;) {
     while (s != NO_INDEX) {
       const unsigned v = tree.node(s);
-      const double* p = tree.at(v);
+      const double* p = at(s, v);
       const double diff = q[axis] - p[axis];
       if (v != excluded && diff * diff < best) {
         const double d = squared_distance<D>(q, p);
         if (d < best) {
           best = d;
           candidate = v;
+          if (d == 0.0) return v;  // nothing can be strictly closer
         }
       }
       const unsigned next = next_axis(axis, D);
       const unsigned near_side = diff < 0 ? tree.left(s) : tree.right(s);
       const unsigned far_side = diff < 0 ? tree.right(s) : tree.left(s);
-      if (far_side != NO_INDEX && !(diff * diff >= best)) {
-        if (near_side == NO_INDEX) {
-          s = far_side;
-          axis = next;
-          continue;
+      if (far_side != NO_INDEX) {
+        closest_step<D> e;
+        for (unsigned k = 0; k < D; ++k) e.offset[k] = offset[k];
+        e.offset[axis] = diff * diff;
+        e.floor = offset_floor<D>(e.offset);
+        if (!(e.floor >= best)) {
+          e.far = far_side;
+          e.anchor = s;
+          e.axis = next;
+          if (near_side == NO_INDEX) {
+            for (unsigned k = 0; k < D; ++k) offset[k] = e.offset[k];
+            s = far_side;
+            axis = next;
+            continue;
+          }
+          if (pending.size == pending.capacity) pending = overflow.make_room(pending);
+          pending.entries[pending.size++] = e;
         }
-        if (pending.size == pending.capacity) pending = overflow.make_room(pending);
-        pending.entries[pending.size++] = closest_step{diff * diff, far_side, s, next};
       }
       s = near_side;
       axis = next;
     }
-    // The next pending far side that the radius has not ruled out since.
+    // The next pending far side that the best distance has not ruled out
+    // since.
     while (s == NO_INDEX && pending.size > 0) {
-      const closest_step& e = pending.entries[--pending.size];
-      if (!(e.diff2 >= best)) {
+      const closest_step<D>& e = pending.entries[--pending.size];
+      if (!(e.floor >= best)) {
+        for (unsigned k = 0; k < D; ++k) offset[k] = e.offset[k];
         s = e.far;
         axis = e.axis;
       }
@@ -309,18 +359,26 @@ unsigned closest_walk(const kd_view<D> tree, const double* q, unsigned excluded,
     // of the last entry taken (entries[0], the stack being empty), whose
     // subtree is done.  Climb to the first ancestor reached from its near
     // side whose far side is still open, and go on from there through the
-    // stack.  Every slot climbed through has its subtree done, so a query
-    // climbs through each slot once at most.
+    // stack, with the offset of that ancestor's plane alone (a lower floor
+    // than the region's, which only opens more).  Every slot climbed
+    // through has its subtree done, so a query climbs through each slot
+    // once at most.
     unsigned x = pending.entries[0].anchor, x_axis = previous_axis(pending.entries[0].axis, D);
     for (;;) {
       const unsigned a = parent_slot(tree, x);
       if (a == NO_INDEX) return candidate;
       const unsigned a_axis = previous_axis(x_axis, D);
-      const double diff = q[a_axis] - tree.at(tree.node(a))[a_axis];
+      const double diff = q[a_axis] - at(a, tree.node(a))[a_axis];
       const unsigned near_side = diff < 0 ? tree.left(a) : tree.right(a);
       const unsigned far_side = diff < 0 ? tree.right(a) : tree.left(a);
       if (x == near_side && far_side != NO_INDEX && !(diff * diff >= best)) {
-        pending.entries[pending.size++] = closest_step{diff * diff, far_side, a, next_axis(a_axis, D)};
+        closest_step<D> e{};
+        e.offset[a_axis] = diff * diff;
+        e.floor = offset_floor<D>(e.offset);
+        e.far = far_side;
+        e.anchor = a;
+        e.axis = next_axis(a_axis, D);
+        pending.entries[pending.size++] = e;
         break;
       }
       x = a;
@@ -329,10 +387,7 @@ unsigned closest_walk(const kd_view<D> tree, const double* q, unsigned excluded,
   }
 }
 
-// The indexed node closest to q other than `excluded` (UINT_MAX for none):
-// first the descent along the query's own path, which ends the search on an
-// exact hit and otherwise gives the starting radius, then the pruned search
-// from the root.
+// The indexed node closest to q other than `excluded` (UINT_MAX for none).
 template <unsigned D>
 unsigned find_closest_node(const kd_view<D>& tree, const double* q, unsigned excluded) noexcept {
   if (tree.count == 0) return NO_INDEX;
@@ -340,26 +395,11 @@ unsigned find_closest_node(const kd_view<D>& tree, const double* q, unsigned exc
   // distance to any node: nothing can be the closest.
   for (unsigned k = 0; k < D; ++k)
     if (!(q[k] - q[k] == 0.0)) return NO_INDEX;
-  double best = DBL_MAX;
-  unsigned candidate = NO_INDEX;
-  unsigned axis = 0;
-  for (unsigned s = 0; s != NO_INDEX; axis = next_axis(axis, D)) {
-    const unsigned v = tree.node(s);
-    const double* p = tree.at(v);
-    const double diff = q[axis] - p[axis];
-    if (v != excluded && diff * diff < best) {
-      const double d = squared_distance<D>(q, p);
-      if (d < best) {
-        best = d;
-        candidate = v;
-        if (d == 0.0) return v;
-      }
-    }
-    s = diff < 0 ? tree.left(s) : tree.right(s);
+  if (tree.slot_x) {
+    const double* sx = tree.slot_x;
+    return closest_search<D>(tree, [sx](unsigned s, unsigned) { return sx + D * std::size_t(s); }, q, excluded);
   }
-  // Also when the descent found nothing (it may have passed only through the
-  // excluded node): the full search then starts without a bound.
-  return closest_walk<D>(tree, q, excluded, best, candidate);
+  return closest_search<D>(tree, [&tree](unsigned, unsigned v) { return tree.at(v); }, q, excluded);
 }
 
 // Walk stack entry of the box query.

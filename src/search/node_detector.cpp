@@ -61,14 +61,17 @@ node_detector::node_detector(const node_detector& other) { *this = other; }
 node_detector& node_detector::operator=(const node_detector& other) {
   if (this == &other) return *this;
   dense2D<unsigned int> table;
+  dense1D<double, 8> slot_x;
   dense1D<unsigned int, 8> bits, flagged;
-  if (!table.copy(other.table_) || !bits.copy(other.flag_bits_) || !flagged.copy(other.flagged_)) {
+  if (!table.copy(other.table_) || !slot_x.copy(other.slot_x_) || !bits.copy(other.flag_bits_) ||
+      !flagged.copy(other.flagged_)) {
     clear();
     return *this;
   }
   pos2_ = other.pos2_;
   pos3_ = other.pos3_;
   table_ = static_cast<dense2D<unsigned int>&&>(table);
+  slot_x_ = static_cast<dense1D<double, 8>&&>(slot_x);
   flag_bits_ = static_cast<dense1D<unsigned int, 8>&&>(bits);
   flagged_ = static_cast<dense1D<unsigned int, 8>&&>(flagged);
   path_.clear_hard();  // the cache is this detector's own
@@ -80,6 +83,7 @@ node_detector::~node_detector() = default;
 void node_detector::clear() noexcept {
   pos2_ = pos3_ = nullptr;
   table_ = dense2D<unsigned int>();
+  slot_x_.clear_hard();
   flag_bits_.clear_hard();
   flagged_.clear_hard();
   path_.clear_hard();
@@ -87,17 +91,36 @@ void node_detector::clear() noexcept {
 
 unsigned int node_detector::size() const noexcept { return table_.cols(); }
 
+namespace {
+
+// The coordinates of the nodes of slots [first, last) into slot_x (rows of
+// pos per slot, in slot order).
+void copy_slot_coordinates(const dense2D<double>& pos, const unsigned* table, unsigned first, unsigned last,
+                           double* slot_x) {
+  const unsigned rows = pos.rows();
+  const double* x = pos.data();
+  const std::size_t ld = pos.ld();
+  for (unsigned s = first; s < last; ++s)
+    for (unsigned k = 0; k < rows; ++k) slot_x[std::size_t(s) * rows + k] = x[table[3 * std::size_t(s)] * ld + k];
+}
+
+}  // namespace
+
 // All reinit forms end here with a checked list of distinct nodes: the new
 // tree replaces the old one only once it is complete.
 int node_detector::adopt(const dense2D<double>& pos, const dense1D<unsigned int, 8>& nodes) {
   dense2D<unsigned int> table;
+  dense1D<double, 8> slot_x;
   dense1D<unsigned int, 8> bits;
   const bool built = pos.rows() == 2 ? detail::build_tree<2>(pos, nodes.data(), nodes.size(), table)
                                      : detail::build_tree<3>(pos, nodes.data(), nodes.size(), table);
-  if (!built || !bits.resize(words_for(nodes.size()), 0u)) return detail::OUT_OF_MEMORY;
+  if (!built || !slot_x.resize(pos.rows() * nodes.size()) || !bits.resize(words_for(nodes.size()), 0u))
+    return detail::OUT_OF_MEMORY;
+  copy_slot_coordinates(pos, table.data(), 0, table.cols(), slot_x.data());
   pos2_ = pos.rows() == 2 ? &pos : nullptr;
   pos3_ = pos.rows() == 3 ? &pos : nullptr;
   table_ = static_cast<dense2D<unsigned int>&&>(table);
+  slot_x_ = static_cast<dense1D<double, 8>&&>(slot_x);
   flag_bits_ = static_cast<dense1D<unsigned int, 8>&&>(bits);
   flagged_.clear_hard();
   path_.clear_hard();
@@ -135,7 +158,8 @@ namespace {
 
 // Capacity for `needed` entries, growing by half again at least so that a
 // detector fed one node per call copies its tables O(log n) times only.
-bool reserve_growing(dense1D<unsigned int, 8>& v, unsigned needed) {
+template <class T>
+bool reserve_growing(dense1D<T, 8>& v, unsigned needed) {
   if (needed <= v.capacity()) return true;
   const std::uint64_t grown = v.capacity() + std::uint64_t(v.capacity()) / 2;
   return v.reserve(unsigned(grown > needed && grown <= UINT32_MAX ? grown : needed));
@@ -219,16 +243,19 @@ unsigned int node_detector::insert(const dense1D<unsigned int, 8>& nodes) {
   const unsigned old_slots = table_.cols();
   if (std::uint64_t(old_slots) + n > UINT32_MAX - 1) return 0;
   const unsigned slots = old_slots + n;
-  if (!reserve_growing(table_, slots) || !reserve_growing(flagged_, flagged_.size() + n) ||
+  if (std::uint64_t(dim) * slots > UINT32_MAX || !reserve_growing(table_, slots) ||
+      !reserve_growing(slot_x_, dim * slots) || !reserve_growing(flagged_, flagged_.size() + n) ||
       !reserve_growing(flag_bits_, words_for(slots)))
     return 0;
-  table_.resize(3, slots);  // within the capacity: cannot fail
+  table_.resize(3, slots);  // within the capacities: cannot fail
+  slot_x_.resize(dim * slots);
   unsigned* table = table_.data();
   for (unsigned i = 0; i < n; ++i) {
     unsigned* s = table + 3 * std::size_t(old_slots + i);
     s[0] = o[i];
     s[1] = s[2] = NO_INDEX;
   }
+  copy_slot_coordinates(*pos, table, old_slots, slots, slot_x_.data());
   // Without memory for the cache every walk starts at the root.
   unsigned* path = insertion_path();
   return dim == 2 ? link_slots<2>(*pos, o, n, old_slots, table_, path, flagged_, flag_bits_)
@@ -243,17 +270,17 @@ unsigned int node_detector::insert(const dense2D<unsigned int>& connect) {
 }
 
 unsigned int node_detector::find_closest(const vector_fixed<double, 2>& p) const {
-  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_), p.data(), NO_INDEX);
+  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_, slot_x_), p.data(), NO_INDEX);
   if (pos3_) {
     const double q[3] = {p[0], p[1], 0.0};
-    return detail::find_closest_node(detail::make_view<3>(*pos3_, table_), q, NO_INDEX);
+    return detail::find_closest_node(detail::make_view<3>(*pos3_, table_, slot_x_), q, NO_INDEX);
   }
   return NO_INDEX;
 }
 
 unsigned int node_detector::find_closest(const vector_fixed<double, 3>& p) const {
-  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_), p.data(), NO_INDEX);
-  if (pos3_) return detail::find_closest_node(detail::make_view<3>(*pos3_, table_), p.data(), NO_INDEX);
+  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_, slot_x_), p.data(), NO_INDEX);
+  if (pos3_) return detail::find_closest_node(detail::make_view<3>(*pos3_, table_, slot_x_), p.data(), NO_INDEX);
   return NO_INDEX;
 }
 
@@ -261,8 +288,8 @@ unsigned int node_detector::find_closest(unsigned int node) const {
   const dense2D<double>* pos = pos2_ ? pos2_ : pos3_;
   if (!pos || node >= pos->cols()) return NO_INDEX;
   const double* q = pos->data() + std::size_t(node) * pos->ld();
-  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_), q, node);
-  return detail::find_closest_node(detail::make_view<3>(*pos3_, table_), q, node);
+  if (pos2_) return detail::find_closest_node(detail::make_view<2>(*pos2_, table_, slot_x_), q, node);
+  return detail::find_closest_node(detail::make_view<3>(*pos3_, table_, slot_x_), q, node);
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "search/kd_tree.hpp"
+#include "search/merge_core.hpp"
 #include "search/point_cloud.hpp"
 
 using namespace zeb::plexa;
@@ -321,4 +322,79 @@ TEST(Merge, MemoryFailuresWithCoincidentClusters) {
   unsigned merged = 0;
   for (unsigned i = 0; i < map.size(); ++i) merged += map[i] != i;
   EXPECT_GT(merged, 400u);
+}
+
+// The grid of bins answers the sources whose answer does not depend on the
+// visiting order, the tree the rest: on seeded random inputs full of ties
+// (lattice points, where many candidates sit at one distance, copies, -0
+// beside +0, NaN and infinite coordinates, coordinates so small that squared
+// distances underflow) the maps are those of the tree alone, for every form
+// of the core.
+TEST(Merge, GridAnswersAreTheTreeAnswers) {
+  unsigned by_grid = 0;
+  for (unsigned seed = 0; seed < 400; ++seed) {
+    auto g = rng(seed);
+    const unsigned rows = 2 + seed % 2, n = 1 + unsigned(g() % 300), spacing = 1 + unsigned(g() % 6);
+    const double scales[] = {1.0, 1e-170, 1e10}, tolerances[] = {0.0, 0.001, 0.5, 1.0, 1.5, 3.0};
+    const double scale = scales[g() % 3], tol = tolerances[g() % 6] * scale;
+    dense2D<double> pos(rows, n);
+    for (unsigned j = 0; j < n; ++j)
+      for (unsigned i = 0; i < rows; ++i) {
+        const unsigned kind = unsigned(g() % 10);
+        pos(i, j) = scale * (kind < 5 ? double(g() % spacing) : kind < 9 ? double(g() % 1000) / 997.0 * spacing
+                                                                         : (g() % 2 ? -0.0 : 0.0));
+      }
+    if (g() % 5 == 0) pos(0, unsigned(g() % n)) = std::nan("");
+    if (g() % 5 == 0) pos(rows - 1, unsigned(g() % n)) = -std::numeric_limits<double>::infinity();
+    const auto random_list = [&] {
+      dense1D<unsigned, 8> list(1 + unsigned(g() % n)), distinct;
+      for (unsigned& v : list) v = unsigned(g() % n);
+      EXPECT_GE(unique_indices(distinct, list, dense1D<unsigned, 8>()), 0);
+      return distinct;
+    };
+    const dense1D<unsigned, 8> S = random_list(), T = random_list();
+    dense2D<unsigned> pieces[3];
+    for (dense2D<unsigned>& piece : pieces) {
+      piece = dense2D<unsigned>(1, 1 + unsigned(g() % n));
+      for (unsigned j = 0; j < piece.cols(); ++j) piece(0, j) = unsigned(g() % n);
+    }
+    dense1D<unsigned, 8> all(n), ranked;
+    for (unsigned j = 0; j < n; ++j) all[j] = j;
+    ASSERT_GE(unique_indices(ranked, pieces, pieces + 3, dense1D<unsigned, 8>()), 0);
+    const auto same_maps = [&](const dense1D<unsigned, 8>& s, const dense1D<unsigned, 8>& t, unsigned mode) {
+      dense1D<unsigned, 8> fast, tree;
+      detail::merge_counts counts;
+      const int a =
+          detail::merge_core(pos, s, t, pieces, pieces + 3, mode, tol, fast, detail::merge_walk::fastest, &counts);
+      const int b = detail::merge_core(pos, s, t, pieces, pieces + 3, mode, tol, tree, detail::merge_walk::tree_only);
+      EXPECT_EQ(a, b) << "seed " << seed << ", mode " << mode;
+      EXPECT_EQ(to_vector(fast), to_vector(tree)) << "seed " << seed << ", mode " << mode;
+      by_grid += counts.by_grid;
+    };
+    same_maps(all, all, 0);
+    same_maps(S, T, 0);
+    same_maps(S, S, 0);
+    for (unsigned mode : {0u, 1u, 2u}) same_maps(ranked, ranked, mode);
+  }
+  EXPECT_GT(by_grid, 50000u);
+}
+
+// Every way of answering (exact places, the grid, the tree) gives up
+// cleanly when memory runs out.
+TEST(Merge, MemoryFailuresOnEveryPath) {
+  auto g = rng(12);
+  const dense2D<double> cloud = cloud_with_copies(g, 3, 400);
+  for (double tol : {0.0, 1e-6, 1e200}) {
+    dense2D<double> pos;
+    dense1D<unsigned, 8> map;
+    ASSERT_TRUE(pos.copy(cloud));
+    EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, map, tol); },
+                                          [&] {
+                                            EXPECT_TRUE(map.empty());
+                                            EXPECT_EQ(to_vector(pos), to_vector(cloud));
+                                          }),
+              2u)
+        << tol;
+    EXPECT_EQ(map.size(), cloud.cols());
+  }
 }

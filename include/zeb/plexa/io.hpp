@@ -4,6 +4,7 @@
 //   zeb/plexa/io/vtk.hpp       legacy VTK unstructured grids
 //   zeb/plexa/io/nastran.hpp   NASTRAN bulk data
 //   zeb/plexa/io/ensight.hpp   EnSight ASCII geometry files
+//   zeb/plexa/io/stl.hpp       STL surfaces, ASCII and binary, read and written
 //
 // Every writer formats its numbers itself, byte for byte in the C locale's
 // conventions ("%E", "%f", "%d", ... of printf), whatever locale the calling
@@ -15,4 +16,5 @@
 #include <zeb/plexa/io/ensight.hpp>
 #include <zeb/plexa/io/medit.hpp>
 #include <zeb/plexa/io/nastran.hpp>
+#include <zeb/plexa/io/stl.hpp>
 #include <zeb/plexa/io/vtk.hpp>

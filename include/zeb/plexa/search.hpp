@@ -33,10 +33,11 @@ namespace plexa {
 // closest-node and box queries.
 //
 // The detector keeps a pointer to the coordinate matrix object it was given
-// (not a copy of the coordinates): the caller keeps that object alive, does
-// not change its row count and does not move indexed nodes while the
-// detector is in use.  Columns appended to the matrix later may be indexed
-// with insert().
+// (and, for its closest-node searches, a copy of the coordinates of the
+// indexed nodes, 2 or 3 doubles per tree slot): the caller keeps that object
+// alive, does not change its row count and does not move indexed nodes
+// while the detector is in use.  Columns appended to the matrix later may be
+// indexed with insert().
 //
 // The tree is balanced at construction (median splits on x, y[, z] in turn,
 // equal coordinates ordered by node index) and grows afterwards by insertion
@@ -153,6 +154,10 @@ class PLEXA_API node_detector {
   // One column per slot: (node, left child slot, right child slot), UINT_MAX
   // for an absent child; slot 0 is the root.
   dense2D<unsigned int> table_;
+  // The coordinates of every slot's node, in slot order (2 or 3 per slot):
+  // a copy that the closest-node search reads without going through the
+  // node index (indexed nodes do not move).
+  dense1D<double, 8> slot_x_;
   // One bit per slot (32-bit words), set for the unlinked slots, and the list
   // of those slots.
   dense1D<unsigned int, 8> flag_bits_;

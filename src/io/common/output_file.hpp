@@ -14,9 +14,9 @@ namespace detail {
 
 class output_file {
  public:
-  // Opens `path` with open_for_writing; no file when path is null or the
-  // file cannot be opened.
-  explicit output_file(const char* path) noexcept : file_(open_for_writing(path)) {}
+  // Opens `path` with open_for_writing (text, or bytes when `binary`); no
+  // file when path is null or the file cannot be opened.
+  explicit output_file(const char* path, bool binary = false) noexcept : file_(open_for_writing(path, binary)) {}
   output_file(const output_file&) = delete;
   output_file& operator=(const output_file&) = delete;
   ~output_file() {

@@ -15,9 +15,11 @@ namespace zeb {
 namespace plexa {
 namespace detail {
 
-// Opens `path` for writing, replacing the file; nullptr when path is null or
-// the file cannot be opened.
-inline std::FILE* open_for_writing(const char* path) noexcept { return path ? std::fopen(path, "w") : nullptr; }
+// Opens `path` for writing text (or bytes, when `binary`), replacing the
+// file; nullptr when path is null or the file cannot be opened.
+inline std::FILE* open_for_writing(const char* path, bool binary = false) noexcept {
+  return path ? std::fopen(path, binary ? "wb" : "w") : nullptr;
+}
 
 class text_writer {
  public:

@@ -184,6 +184,38 @@ def _write_ensight(path, mesh):
     _plexa.ensight_output(path, mesh.points, [b.cells for b in blocks], [b.type for b in blocks])
 
 
+def _read_stl(path):
+    pos, triangles = _plexa.STL_input(path)
+    return Mesh(pos, [(ElementType.TRIA3, triangles)])
+
+
+def _stl_triangles(block):
+    """The faces of a face block, or the free boundary of a solid block, as
+    triangles: a quadrilateral cut along its 0-2 diagonal (the two triangles
+    in a row), the corners of a six-node triangle; nothing for the others."""
+    kind, cells = ElementType(block.type), np.asarray(block.cells, dtype=np.uint32)
+    dim = _plexa.element_dim(kind)
+    if dim == 3:
+        cells = _plexa.get_mesh_boundaries(cells, _plexa.get_neighbors(cells, kind), kind)
+        quads = True
+    elif dim == 2:
+        quads = kind in (ElementType.FACE_MIX, ElementType.QUAD4, ElementType.QUAD8, ElementType.QUAD9)
+    else:
+        return np.zeros((0, 3), np.uint32)
+    if not quads or cells.shape[1] < 4:
+        return cells[:, :3]
+    pairs = np.stack([cells[:, [0, 1, 2]], cells[:, [0, 2, 3]]], axis=1)
+    keep = np.stack([np.ones(len(cells), bool), cells[:, 3] != NO_INDEX], axis=1)
+    return pairs[keep]
+
+
+def _write_stl(path, mesh):
+    points = np.zeros((len(mesh.points), 3))
+    points[:, : min(3, mesh.points.shape[1])] = mesh.points[:, :3]
+    triangles = [_stl_triangles(b) for b in mesh.blocks]
+    _plexa.STL_output(path, points, np.concatenate(triangles) if triangles else np.zeros((0, 3), np.uint32))
+
+
 # Extension -> format.  A reader or writer that lands in the library is one
 # more entry here.
 _FORMATS = {
@@ -192,6 +224,7 @@ _FORMATS = {
     ".nas": _Format("NASTRAN", None, _write_nastran),
     ".bdf": _Format("NASTRAN", None, _write_nastran),
     ".geo": _Format("EnSight", None, _write_ensight),
+    ".stl": _Format("STL", _read_stl, _write_stl),
 }
 
 
@@ -206,7 +239,8 @@ def _format_of(path, action):
 
 
 def read(path) -> Mesh:
-    """Reads the mesh file `path` in the format of its extension."""
+    """Reads the mesh file `path` in the format of its extension: .stl (the
+    welded nodes and one TRIA3 block)."""
     return _format_of(path, "read").read(path)
 
 
@@ -215,7 +249,10 @@ def write(path, mesh: Mesh) -> None:
     .mesh (MEDIT; the ids of a one-block mesh as references), .vtk (legacy
     VTK), .nas or .bdf (NASTRAN; the ids as property numbers, by default the
     block's position + 1), .geo (EnSight; mixed blocks split by kind,
-    pyramids not written).  Raises Error as the format's writer does."""
+    pyramids not written), .stl (binary; the faces of the face blocks and the
+    free boundary of the solid blocks as triangles, quadrilaterals cut along
+    their 0-2 diagonal, planar nodes at z = 0).  Raises Error as the format's
+    writer does."""
     _format_of(path, "write").write(path, mesh)
 
 

@@ -292,6 +292,20 @@ const std::map<std::string, std::function<void()>> cases = {
                                            ELT_TRIA3));
        save_code("scalar", medit_scalar((folder + "/cpp.sol").c_str(), 3, vector<double>("values")));
      }},
+    {"stl",
+     [] {
+       dense2D<double> pos;
+       dense2D<unsigned> connect;
+       STL_read_report report;
+       save_code("code", STL_input((folder + "/soup.stl").c_str(), pos, connect, report));
+       save("pos", pos);
+       save("connect", connect);
+       const double fields[4] = {double(report.binary), double(report.triangles), report.tolerance,
+                                 double(report.removed)};
+       save("report", fields, {4});
+       save_code("ascii", STL_output((folder + "/cpp.stl").c_str(), matrix<double>("out_pos"),
+                                     matrix<unsigned>("out_connect"), true));
+     }},
     {"neighbors",
      [] {
        const auto tets = matrix<unsigned>("tets");

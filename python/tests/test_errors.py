@@ -65,6 +65,9 @@ CASES = [
     (lambda: plexa.NASTRAN_output("/tmp/plexa-never.nas", POS3, TET, plexa.TETRA4, pids=[1, 2]), -6,
      "NASTRAN_output", "argument 6 (pids)"),
     (lambda: plexa.vtk_convert(TRIS, plexa.PYRA13), -1, "vtk_convert", "argument 1 (connect)"),
+    (lambda: plexa.STL_input("/nonexistent/x.stl"), -1, "STL_input", "argument 1 (path): the file cannot be opened"),
+    (lambda: plexa.STL_input(__file__), -3, "STL_input", "malformed or truncated STL file"),
+    (lambda: plexa.STL_output("/tmp/plexa-never.stl", POS3, TET), -3, "STL_output", "argument 3 (connect)"),
 ]
 
 

@@ -151,10 +151,23 @@ class TestFiles:
         plexa.ensight_output(tmp_path / "b.geo", mesh.points, [b.cells for b in parts], [b.type for b in parts])
         assert (tmp_path / "a.geo").read_bytes() == (tmp_path / "b.geo").read_bytes()
 
+    def test_stl_files_hold_the_faces_of_a_mesh(self, tmp_path):
+        mesh = mixed_mesh()
+        plexa.write(tmp_path / "a.stl", plexa.Mesh(mesh.points, mesh.blocks[:1]))
+        back = plexa.read(tmp_path / "a.stl")
+        # The free faces of the tetrahedra, welded back onto the nodes they use.
+        faces = plexa.get_mesh_boundaries(mesh.blocks[0].cells, plexa.get_neighbors(mesh.blocks[0].cells, E.TETRA4),
+                                          E.TETRA4)
+        np.testing.assert_allclose(back.points[back.blocks[0].cells], mesh.points[faces], rtol=1e-6)
+        quads = plexa.Mesh([[0, 0], [1, 0], [1, 1], [0, 1]], [(E.QUAD4, [[0, 1, 2, 3]])])
+        plexa.write(tmp_path / "q.stl", quads)
+        _, triangles = plexa.STL_input(tmp_path / "q.stl")
+        np.testing.assert_array_equal(triangles, [[0, 1, 2], [0, 2, 3]])
+
     def test_unknown_formats_and_refused_meshes(self, tmp_path):
         with pytest.raises(ValueError, match=r"no writer for the extension '\.stp' \(known: \.mesh, \.vtk"):
             plexa.write(tmp_path / "a.stp", mixed_mesh())
-        with pytest.raises(ValueError, match="no reader for the extension '.mesh'"):
+        with pytest.raises(ValueError, match=r"no reader for the extension '\.mesh' \(known: \.stl\)"):
             plexa.read(tmp_path / "a.mesh")
         with pytest.raises(ValueError, match="MEDIT: element references"):
             plexa.write(tmp_path / "a.mesh", mixed_mesh())

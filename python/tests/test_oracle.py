@@ -167,3 +167,26 @@ def test_io(oracle):
     for ext in ("mesh", "vtk", "geo", "nas"):
         plexa.write(folder / f"mesh.{ext}", mesh)
         assert (folder / f"mesh.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
+
+
+def test_stl(oracle):
+    pos, tets = tet_mesh(3, seed=19)
+    tris = plexa.get_mesh_boundaries(tets, plexa.get_neighbors(tets, plexa.TETRA4), plexa.TETRA4)
+    soup = pos[tris].reshape(-1, 3)  # every corner a node of its own
+    folder = oracle.folder / "stl"
+    folder.mkdir()
+    plexa.STL_output(folder / "soup.stl", soup, np.arange(len(soup), dtype=np.uint32).reshape(-1, 3))
+    cpp = oracle("stl", out_pos=pos, out_connect=tris)
+    assert cpp["code"][0] == 0
+
+    welded, triangles, report = plexa.STL_input(folder / "soup.stl", report=True)
+    np.testing.assert_array_equal(welded, cpp["pos"])
+    np.testing.assert_array_equal(triangles, cpp["connect"])
+    assert [report.binary, report.triangles, report.tolerance, report.removed] == list(cpp["report"])
+    assert report.binary and report.welded and report.triangles == len(tris) and len(welded) < len(soup)
+    plexa.STL_output(folder / "py.stl", pos, tris, ascii=True)
+    assert (folder / "py.stl").read_bytes() == (folder / "cpp.stl").read_bytes()
+    # read() gives the same mesh.
+    mesh = plexa.read(folder / "soup.stl")
+    assert mesh.types == [plexa.TRIA3]
+    np.testing.assert_array_equal(mesh.blocks[0].cells, triangles)

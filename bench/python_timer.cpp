@@ -8,6 +8,8 @@
 #include <time.h>
 
 #include <cstring>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include <pybind11/numpy.h>
@@ -68,12 +70,21 @@ std::vector<double> time_merge(const c_array<double>& pos, double tolerance, uns
   });
 }
 
-// STL_input and bound_metric_gradations get their timers here when they
-// are in the library.
+// STL_input (read and weld) of the file `path`.
+std::vector<double> time_stl_input(const std::string& path, unsigned repeats) {
+  return timed(repeats, [&] {
+    zeb::dense2D<double> pos;
+    zeb::dense2D<unsigned> tris;
+    if (zeb::plexa::STL_input(path.c_str(), pos, tris) != 0) throw std::runtime_error("failed");
+  });
+}
+
+// bound_metric_gradations gets its timer here when it is in the library.
 
 }  // namespace
 
 PYBIND11_MODULE(plexa_bench_timer, m) {
   m.def("time_neighbors", &time_neighbors, py::arg("connect"), py::arg("type"), py::arg("repeats"));
   m.def("time_merge", &time_merge, py::arg("pos"), py::arg("tolerance"), py::arg("repeats"));
+  m.def("time_stl_input", &time_stl_input, py::arg("path"), py::arg("repeats"));
 }

@@ -139,6 +139,11 @@ constexpr reason topology_reasons[] = {
 };
 
 constexpr const char* not_finite = "not finite";
+constexpr const char* two_or_three_rows = "its row count is not 2 or 3";
+constexpr const char* no_node_graph =
+    "element type without a node graph (edges, linear faces and solids, mixed faces and solids only)";
+constexpr const char* field_of_connectivity =
+    "not a field of the space dimension (3 rows in 2-D, 6 in 3-D) with a value for every node of the connectivity";
 constexpr const char* not_a_field = "its row count is not 3 or 6";
 
 constexpr reason metrics_reasons[] = {
@@ -158,6 +163,26 @@ constexpr reason metrics_reasons[] = {
     {"metrics_aniso3d_to_aniso2d", -1, nullptr, "its row count is not 6"},
     {"metrics_aniso3d_to_aniso2d", -2, nullptr, "not 6 rows and one column per metric"},
     {"metrics_aniso3d_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per metric"},
+    {"bound_metric_gradations", -1, nullptr, two_or_three_rows},
+    {"bound_metric_gradations", -2, nullptr, bad_connectivity},
+    {"bound_metric_gradations", -3, nullptr, no_node_graph},
+    {"bound_metric_gradations", -4, nullptr, bad_index},
+    {"bound_metric_gradations", -7, nullptr, bad_tolerance},
+    {"bound_metric_gradations", -8, nullptr, field_of_connectivity},
+    {"bound_metric_variations", -1, nullptr, two_or_three_rows},
+    {"bound_metric_variations", -2, nullptr, bad_connectivity},
+    {"bound_metric_variations", -3, nullptr, no_node_graph},
+    {"bound_metric_variations", -4, nullptr, bad_index},
+    {"bound_metric_variations", -7, nullptr, bad_tolerance},
+    {"bound_metric_variations", -8, nullptr, field_of_connectivity},
+    {"metrics_gen_iso", -1, nullptr, "the element dimension of the type is above its row count"},
+    {"metrics_gen_iso", -2, nullptr, bad_connectivity},
+    {"metrics_gen_iso", -3, nullptr, "not a linear element type with edges"},
+    {"metrics_gen_iso", -5, nullptr, "negative"},
+    {"H_shock", -1, nullptr, two_or_three_rows},
+    {"H_shock", -2, nullptr, "its row count is not 2, or a node index is not below the node count"},
+    {"H_shock", -3, nullptr,
+     "not a field of the space dimension (3 rows in 2-D, 6 in 3-D) with a value for every node of the edges"},
 };
 
 constexpr const char* unwritable = "the file cannot be opened or written";

@@ -59,6 +59,15 @@ const std::string builtin_distance_file =
     "2.236068E+00 1.414214E+00 1.732051E+00 2.449490E+00 1.581139E+00 1.870829E+00 2.549510E+00 2.598076E+00 \n"
     "1.436141E+00 \n";
 
+// The mean edge lengths at the nodes, node 10 cut to a twentieth, graded
+// to 0.5 by shrinking: its neighbours come down to it plus ln(1.5) times
+// their distance (4, 7, 9, 11: 0.453024), the next ring follows.
+const std::string builtin_sizes_file =
+    "3 1 17 2\n"
+    "1.000000E+00 8.584894E-01 9.776709E-01 8.584894E-01 4.530243E-01 8.584894E-01 8.584894E-01 4.530243E-01 \n"
+    "8.584894E-01 4.530243E-01 4.755922E-02 4.530243E-01 7.312407E-01 3.342664E-01 7.397315E-01 8.041674E-01 \n"
+    "6.863390E-01 \n";
+
 // What `plexa demo -o <folder>` prints.
 std::string demo_output(const std::string& folder) {
   return "built-in mesh of mixed solids\n"
@@ -95,25 +104,31 @@ std::string demo_output(const std::string& folder) {
          "  1.41 - 2     0    0.0%\n"
          "  2 - 5        0    0.0%\n"
          "  >= 5         0    0.0%\n"
+         "size field: mean edge length at each node, 0.686339 to 1\n"
+         "point source at node 10: size 0.0475592\n"
+         "largest gradation: 1.91775 before, 0.5 after bounding it to 0.5 (sizes only shrink)\n"
+         "nodes changed: 12\n"
          "output folder: " + folder + "\n"
          "  demo.mesh: the mesh (MEDIT)\n"
-         "  demo.sol: distance of each node to the origin (MEDIT scalar field)\n";
+         "  demo.sol: distance of each node to the origin (MEDIT scalar field)\n"
+         "  demo-sizes.sol: the graded size field (MEDIT scalar field)\n";
 }
 
 TEST(DemoFiles, WritesExactlyIntoTheFolderItNamesInAnyLocale) {
   scratch_dir dir;
   const std::string folder = dir.file("nested/plexa-demo");  // created with its parent
-  const std::string mesh = folder + "/demo.mesh", sol = folder + "/demo.sol";
+  const std::string mesh = folder + "/demo.mesh", sol = folder + "/demo.sol", sizes = folder + "/demo-sizes.sol";
   result r = run({"demo", "--output-dir", folder.c_str()});
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.out, demo_output(folder));
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(read_file(mesh), builtin_mesh_file);
   EXPECT_EQ(read_file(sol), builtin_distance_file);
+  EXPECT_EQ(read_file(sizes), builtin_sizes_file);
 
   // Again into the default folder, plexa-demo in the current directory,
   // which exists: its files are replaced.  A comma is the decimal separator.
-  for (const std::string& f : {mesh, sol}) ASSERT_EQ(std::fclose(std::fopen(f.c_str(), "w")), 0);
+  for (const std::string& f : {mesh, sol, sizes}) ASSERT_EQ(std::fclose(std::fopen(f.c_str(), "w")), 0);
   char previous[4096];
   ASSERT_NE(getcwd(previous, sizeof previous), nullptr);
   ASSERT_EQ(chdir(dir.file("nested").c_str()), 0);
@@ -131,6 +146,7 @@ TEST(DemoFiles, WritesExactlyIntoTheFolderItNamesInAnyLocale) {
   EXPECT_EQ(r.out, demo_output("plexa-demo"));
   EXPECT_EQ(read_file(mesh), builtin_mesh_file);
   EXPECT_EQ(read_file(sol), builtin_distance_file);
+  EXPECT_EQ(read_file(sizes), builtin_sizes_file);
 }
 
 TEST(Convert, WritesTheBuiltinMeshAsMedit) {

@@ -40,6 +40,8 @@ TEST(ResultMessages, NameTheArgumentAndTheReason) {
   EXPECT_EQ(message("shape_qualities(pos, connect, type, metrics, qualities)", -4),
             "argument 4 (metrics): not one valid metric per node (3 rows in 2-D, 6 in 3-D, finite and positive "
             "definite)");
+  EXPECT_EQ(message("bound_metric_gradations(pos, connect, type, nodes, frozen, mode, g, H)", -7),
+            "argument 7 (g): negative or not a number");
   EXPECT_EQ(message("no_such_function(a)", -1), "argument 1 (a): invalid value");
   EXPECT_EQ(message(nullptr, -2), "argument 2: invalid value");
   // What a reader found in its file is no argument.

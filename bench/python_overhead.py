@@ -1,5 +1,6 @@
 """The time the Python module adds to library calls on the benchmark meshes
-(target: under 5% at a million elements): get_neighbors, merge, STL_input.
+(target: under 5% at a million elements): get_neighbors, merge, STL_input,
+bound_metric_gradations.
 
 Each call is timed through plexa and directly in C++ (plexa_bench_timer, in
 the same process on the same data), alternately, in CPU time of the calling
@@ -30,6 +31,15 @@ def million_tetrahedra(n=55):
     k, j, i = (a.ravel() for a in np.meshgrid(np.arange(n), np.arange(n), np.arange(n), indexing="ij"))
     corners = np.stack([(i + (b & 1)) + m * ((j + ((b >> 1) & 1)) + m * (k + (b >> 2))) for b in range(8)], axis=1)
     return np.ascontiguousarray(corners[:, CUBE_TETS].reshape(-1, 4), dtype=np.uint32)
+
+
+def jittered_nodes(n=55, seed=1):
+    """The nodes of million_tetrahedra(n), jittered and scaled as the
+    gradation benchmark's (edges 0.14 to 0.24 long)."""
+    m = n + 1
+    k, j, i = (a.ravel() for a in np.meshgrid(np.arange(m), np.arange(m), np.arange(m), indexing="ij"))
+    pos = np.stack([i, j, k], axis=1) + np.random.default_rng(seed).uniform(-0.2, 0.2, (m**3, 3))
+    return pos * 0.137
 
 
 def points_with_copies(count=1_000_000, seed=1):
@@ -105,8 +115,15 @@ def main():
                 lambda r: cpp.time_stl_input(path, r), repeats)
     finally:
         os.remove(path)
-    # bound_metric_gradations: compared here once it is in the library (its
-    # C++ timer goes to bench/python_timer.cpp).
+    # Random sizes in [0.1, 0.4] and five sharp sources, bounded to g = 0.2
+    # with sizes only shrinking: nearly every edge is corrected.
+    pos = jittered_nodes()
+    rng = np.random.default_rng(7)
+    sizes = rng.uniform(0.1, 0.4, len(pos))
+    sizes[rng.integers(0, len(pos), 5)] = 0.001
+    compare("bound_metric_gradations", len(tets),
+            lambda: plexa.bound_metric_gradations(pos, tets, plexa.TETRA4, sizes, 0.2, -1),
+            lambda r: cpp.time_gradations(pos, tets, int(plexa.TETRA4), sizes, 0.2, -1, r), max(3, repeats // 3))
 
 
 if __name__ == "__main__":

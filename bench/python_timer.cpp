@@ -79,7 +79,25 @@ std::vector<double> time_stl_input(const std::string& path, unsigned repeats) {
   });
 }
 
-// bound_metric_gradations gets its timer here when it is in the library.
+// bound_metric_gradations on a fresh copy of the sizes each time (the copy
+// made off the clock).
+std::vector<double> time_gradations(const c_array<double>& pos, const c_array<unsigned>& connect, int type,
+                                    const c_array<double>& sizes, double g, int mode, unsigned repeats) {
+  const zeb::dense2D<double> p = matrix_of(pos);
+  const zeb::dense2D<unsigned> c = matrix_of(connect);
+  const zeb::dense1D<unsigned, 8> none;
+  std::vector<double> seconds;
+  py::gil_scoped_release released;
+  for (unsigned r = 0; r < repeats; ++r) {
+    zeb::dense1D<double, 8> h(unsigned(sizes.size()));
+    std::memcpy(h.data(), sizes.data(), sizes.size() * sizeof(double));
+    const double start = thread_seconds();
+    if (zeb::plexa::bound_metric_gradations(p, c, zeb::plexa::element_type(type), none, true, mode, g, h) < 0)
+      throw std::runtime_error("failed");
+    seconds.push_back(thread_seconds() - start);
+  }
+  return seconds;
+}
 
 }  // namespace
 
@@ -87,4 +105,6 @@ PYBIND11_MODULE(plexa_bench_timer, m) {
   m.def("time_neighbors", &time_neighbors, py::arg("connect"), py::arg("type"), py::arg("repeats"));
   m.def("time_merge", &time_merge, py::arg("pos"), py::arg("tolerance"), py::arg("repeats"));
   m.def("time_stl_input", &time_stl_input, py::arg("path"), py::arg("repeats"));
+  m.def("time_gradations", &time_gradations, py::arg("pos"), py::arg("connect"), py::arg("type"), py::arg("sizes"),
+        py::arg("g"), py::arg("mode"), py::arg("repeats"));
 }

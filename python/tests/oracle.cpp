@@ -306,6 +306,29 @@ const std::map<std::string, std::function<void()>> cases = {
        save_code("ascii", STL_output((folder + "/cpp.stl").c_str(), matrix<double>("out_pos"),
                                      matrix<unsigned>("out_connect"), true));
      }},
+    {"gradation",
+     [] {
+       const auto pos = matrix<double>("pos");
+       const auto tets = matrix<unsigned>("tets");
+       const auto frozen = vector<unsigned>("frozen");
+       auto sizes = vector<double>("sizes");
+       save_code("sizes_code", bound_metric_gradations(pos, tets, ELT_TETRA4, dense1D<unsigned, 8>(), true, -1, 0.2, sizes));
+       save("graded_sizes", sizes);
+       auto metrics = matrix<double>("metrics");
+       bound_metric_gradations(pos, tets, ELT_TETRA4, frozen, true, -1, 0.3, metrics);
+       save("graded_metrics", metrics);
+       auto varied = vector<double>("sizes");
+       bound_metric_variations(pos, tets, ELT_TETRA4, frozen, false, 0, 1.0, varied);
+       save("varied_sizes", varied);
+       dense1D<double, 8> generated;
+       metrics_gen_iso(pos, tets, ELT_TETRA4, generated, 2.0);
+       save("generated", generated);
+       dense2D<unsigned> edges;
+       copy_edges(tets, ELT_TETRA4, edges);
+       dense1D<double, 8> shock;
+       H_shock(pos, edges, sizes, shock);
+       save("shock", shock);
+     }},
     {"neighbors",
      [] {
        const auto tets = matrix<unsigned>("tets");

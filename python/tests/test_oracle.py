@@ -134,6 +134,35 @@ def test_metrics(oracle):
     np.testing.assert_array_equal(clamped[ok], bounded[ok])
 
 
+def test_gradation(oracle):
+    pos, tets = tet_mesh(4, seed=20)
+    rng = np.random.default_rng(20)
+    sizes = rng.uniform(0.3, 3.0, size=len(pos))
+    sizes[rng.integers(0, len(pos), 3)] = 0.01  # sharp sources
+    metrics = plexa.metric_aniso(sizes, dim=3) + spd_metrics(len(pos), seed=20) * 0.01
+    frozen = rng.choice(len(pos), 10, replace=False).astype(np.uint32)
+    cpp = oracle("gradation", pos=pos, tets=tets, sizes=sizes, metrics=metrics, frozen=frozen)
+    assert cpp["sizes_code"][0] > 0
+
+    graded = plexa.bound_metric_gradations(pos, tets, plexa.TETRA4, sizes, 0.2, -1)
+    np.testing.assert_array_equal(graded, cpp["graded_sizes"])
+    np.testing.assert_array_equal(plexa.bound_metric_gradations(pos, tets, plexa.TETRA4, metrics, 0.3, -1, frozen),
+                                  cpp["graded_metrics"])
+    np.testing.assert_array_equal(plexa.bound_metric_variations(pos, tets, plexa.TETRA4, sizes, 1.0, 0, frozen,
+                                                                frozen=False), cpp["varied_sizes"])
+    np.testing.assert_array_equal(plexa.metrics_gen_iso(pos, tets, plexa.TETRA4, p=2.0), cpp["generated"])
+    edges = plexa.copy_edges(tets, plexa.TETRA4)
+    shock = plexa.H_shock(pos, edges, graded)
+    np.testing.assert_array_equal(shock, cpp["shock"])
+    # Shrinking only, the graded field keeps every edge within the bound.
+    assert shock.max() <= (1 + 0.2) ** (1 / 0.999) - 1 + 1e-6
+    assert (graded <= sizes).all() and not np.array_equal(graded, sizes)
+    # In place, the caller's field is the one bounded.
+    field = sizes.copy()
+    assert plexa.bound_metric_gradations(pos, tets, plexa.TETRA4, field, 0.2, -1, inplace=True) is field
+    np.testing.assert_array_equal(field, graded)
+
+
 def test_quality(oracle):
     pos, tets = tet_mesh(3, seed=17)
     metrics = spd_metrics(len(pos), seed=17)

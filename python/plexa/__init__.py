@@ -28,6 +28,7 @@ with meshio (imported only when they are called).
 
 from __future__ import annotations
 
+import dataclasses
 import enum
 import os
 from typing import Callable, NamedTuple, Optional
@@ -81,18 +82,23 @@ class Block(NamedTuple):
     ids: Optional[np.ndarray] = None
 
 
+@dataclasses.dataclass(eq=False)
 class Mesh:
     """Nodes and blocks of elements.
 
     points: coordinates (n, d), float64.
-    blocks: a list of Block(type, cells, ids).
+    blocks: a list of Block(type, cells, ids); (type, cells) pairs and
+        (type, cells, ids) triples are converted.
     """
 
-    def __init__(self, points, blocks=()):
-        self.points = np.asarray(points, dtype=np.float64)
+    points: np.ndarray
+    blocks: list = dataclasses.field(default_factory=list)
+
+    def __post_init__(self):
+        self.points = np.asarray(self.points, dtype=np.float64)
         self.blocks = [Block(ElementType(b[0]), np.asarray(b[1], dtype=np.uint32),
                              None if len(b) < 3 or b[2] is None else np.asarray(b[2]))
-                       for b in blocks]
+                       for b in self.blocks]
 
     def __repr__(self):
         kinds = ", ".join(f"{b.type.name} x {len(b.cells)}" for b in self.blocks)

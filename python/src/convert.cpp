@@ -224,6 +224,7 @@ template py::array array_out<double>(const zeb::dense2D<double>&);
 template py::array array_out<unsigned>(const zeb::dense2D<unsigned>&);
 template py::array array_out<double>(const zeb::dense1D<double, 8>&);
 template py::array array_out<unsigned>(const zeb::dense1D<unsigned, 8>&);
+template py::array array_out<int>(const zeb::dense1D<int, 8>&);
 
 py::array real_array(py::handle obj, const char* name) {
   return numpy_function("asarray")(coerce<double>(obj, name), py::arg("order") = "C");  // keeps 0-d arrays

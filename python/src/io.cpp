@@ -1,33 +1,16 @@
 // File formats: the writers (path forms) and vtk_convert.  Every call
 // releases the GIL while it formats and writes.
-#include <algorithm>
 
 #include "convert.hpp"
 #include "errors.hpp"
 #include "families.hpp"
+#include "io_blocks.hpp"
 
 namespace plexa_py {
 
 namespace zp = zeb::plexa;
 
 namespace {
-
-// The blocks of a writer and one type per block.
-struct blocks_and_types {
-  std::vector<index_matrix> blocks;
-  int_vector types;
-  bool single = false;
-  const index_matrix* first() const { return blocks.data(); }
-  const index_matrix* last() const { return blocks.data() + blocks.size(); }
-};
-
-blocks_and_types blocks_with_types(py::handle connect, py::handle types) {
-  blocks_and_types b;
-  b.single = !is_block_sequence(connect);
-  b.blocks = blocks_in(connect, "connect");
-  b.types = types_in(types, b.blocks.size(), "types");
-  return b;
-}
 
 // A block writer in its one-block form (`write(path, pos, connect, type)`)
 // or its block-range form (`write(path, pos, first, last, types)`).
@@ -47,7 +30,17 @@ void write_blocks(py::handle path, py::handle pos, py::handle connect, py::handl
   }
 }
 
-void medit_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle colors) {
+void medit_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle colors,
+                  py::handle ranges, py::handle refs) {
+  if (!ranges.is_none() || !refs.is_none()) {
+    if (!colors.is_none()) throw py::value_error("colors: refs give the references already");
+    const std::string file = path_in(path);
+    const real_matrix p = matrix_in<double>(pos, "pos");
+    const ranged_blocks r = ranged_in(connect, types, ranges, refs, "refs", 0);
+    check(without_gil([&] { return zp::medit_output(file.c_str(), p, r.connect, r.ranges, r.types, r.ids); }),
+          "medit_output(path, pos, connect, ranges, types, refs)");
+    return;
+  }
   if (colors.is_none())
     return write_blocks(path, pos, connect, types, "medit_output",
                         [](const auto&... a) { return zp::medit_output(a...); });
@@ -95,52 +88,9 @@ void nastran_output(py::handle path, py::handle pos, py::handle connect, py::han
                     py::handle pids) {
   const std::string file = path_in(path);
   const real_matrix p = matrix_in<double>(pos, "pos");
-  const char* signature = "NASTRAN_output(path, pos, connect, ranges, types, pids)";
-  index_matrix joined;
-  index_vector r, ids;
-  int_vector t;
-  if (!ranges.is_none()) {
-    // The library's own layout: one connectivity split into ranges.
-    joined = matrix_in<unsigned>(connect, "connect");
-    r = vector_in<unsigned>(ranges, "ranges");
-    t = types_in(types, r.empty() ? 0 : r.size() - 1, "types");
-    if (pids.is_none()) {
-      if (!ids.resize(joined.cols(), 0u)) throw std::bad_alloc();
-      for (unsigned k = 0; k + 1 < r.size(); ++k)
-        for (unsigned j = r[k]; j < r[k + 1] && j < joined.cols(); ++j) ids[j] = k + 1;
-    } else {
-      ids = vector_in<unsigned>(pids, "pids");
-    }
-  } else {
-    // Blocks side by side in one connectivity of the highest block's rows
-    // (unused entries NO_INDEX), block k holding the property number k + 1
-    // unless pids gives one per element.
-    const blocks_and_types b = blocks_with_types(connect, types);
-    unsigned rows = 0;
-    std::uint64_t cols = 0;
-    for (const index_matrix& c : b.blocks) {
-      rows = std::max(rows, c.rows());
-      cols += c.cols();
-    }
-    if (cols > UINT32_MAX || !joined.resize(rows, unsigned(cols), NO_INDEX) || !r.resize(b.blocks.size() + 1, 0u))
-      throw std::bad_alloc();
-    unsigned at = 0;
-    for (std::size_t k = 0; k < b.blocks.size(); ++k) {
-      const index_matrix& c = b.blocks[k];
-      for (unsigned j = 0; j < c.cols(); ++j, ++at)
-        for (unsigned i = 0; i < c.rows(); ++i) joined(i, at) = c(i, j);
-      r[unsigned(k + 1)] = at;
-    }
-    t = b.types;
-    if (pids.is_none()) {
-      if (!ids.resize(joined.cols())) throw std::bad_alloc();
-      for (std::size_t k = 0; k < b.blocks.size(); ++k)
-        for (unsigned j = r[unsigned(k)]; j < r[unsigned(k + 1)]; ++j) ids[j] = unsigned(k + 1);
-    } else {
-      ids = vector_in<unsigned>(pids, "pids");
-    }
-  }
-  check(without_gil([&] { return zp::NASTRAN_output(file.c_str(), p, joined, r, t, ids); }), signature);
+  const ranged_blocks r = ranged_in(connect, types, ranges, pids, "pids", 1);
+  check(without_gil([&] { return zp::NASTRAN_output(file.c_str(), p, r.connect, r.ranges, r.types, r.ids); }),
+        "NASTRAN_output(path, pos, connect, ranges, types, pids)");
 }
 
 void ensight_output(py::handle path, py::handle pos, py::handle connect, py::handle types) {
@@ -154,7 +104,7 @@ included: success means every byte reached the file).)";
 std::string doc(const char* text, const char* tail = write_errors) { return std::string(text) + tail; }
 
 void bind_io(py::module_& m) {
-  static const std::string medit = doc(R"(medit_output(path, pos, connect, types, colors=None) -> None
+  static const std::string medit = doc(R"(medit_output(path, pos, connect, types, colors=None, ranges=None, refs=None) -> None
 
 Writes a MEDIT mesh file: the nodes pos (n, d), d from 1 to 3, and the
 elements, one section per element type in ascending type order, each element
@@ -166,12 +116,17 @@ connect, types: one connectivity and its type, or a list of connectivities
   and one type per block; block i has the reference i.
 colors: with one connectivity, the reference of each element
   (0xFFFFFFFF leaves an element out).
+ranges: instead, one connectivity whose block k is the rows ranges[k] to
+  ranges[k+1] - 1, of type types[k] (the layout medit_input returns).
+refs: the reference of each element (all blocks in order; with or without
+  ranges); by default the block's position.
 
 Raises Error -2 for the column count of pos; -3 when a block does not fit
 its type or names a missing node; -5 when the types (or colors) do not
-match the blocks (or elements).)");
+match the blocks (or elements); with refs, -4 when the ranges decrease or go
+past the elements and -6 when refs does not have one entry per element.)");
   m.def("medit_output", &medit_output, py::arg("path"), py::arg("pos"), py::arg("connect"), py::arg("types"),
-        py::arg("colors") = py::none(), medit.c_str());
+        py::arg("colors") = py::none(), py::arg("ranges") = py::none(), py::arg("refs") = py::none(), medit.c_str());
 
   static const std::string scalar = doc(R"(medit_scalar(path, dim, values) -> None
 

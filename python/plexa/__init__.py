@@ -89,16 +89,21 @@ class Mesh:
     points: coordinates (n, d), float64.
     blocks: a list of Block(type, cells, ids); (type, cells) pairs and
         (type, cells, ids) triples are converted.
+    id_names: optionally, the name of each id (id_names[i] names the ids
+        equal to i): the group names of OBJ files.
     """
 
     points: np.ndarray
     blocks: list = dataclasses.field(default_factory=list)
+    id_names: Optional[list] = None
 
     def __post_init__(self):
         self.points = np.asarray(self.points, dtype=np.float64)
         self.blocks = [Block(ElementType(b[0]), np.asarray(b[1], dtype=np.uint32),
                              None if len(b) < 3 or b[2] is None else np.asarray(b[2]))
                        for b in self.blocks]
+        if self.id_names is not None:
+            self.id_names = [str(n) for n in self.id_names]
 
     def __repr__(self):
         kinds = ", ".join(f"{b.type.name} x {len(b.cells)}" for b in self.blocks)
@@ -161,15 +166,42 @@ class _Format(NamedTuple):
     write: Optional[Callable]  # (path, Mesh) -> None
 
 
+def _ids_of(mesh, first):
+    """One id per element over all blocks, in order (a block without ids
+    takes first + its position), or None when no block has ids."""
+    if all(b.ids is None for b in mesh.blocks):
+        return None
+    return np.concatenate([np.full(len(b.cells), first + k, np.uint32) if b.ids is None
+                           else np.asarray(b.ids, dtype=np.uint32) for k, b in enumerate(mesh.blocks)])
+
+
+def _from_ranged(pos, connect, ranges, types, ids, id_names=None):
+    """A Mesh over what a reader returned: block k is the rows ranges[k] to
+    ranges[k+1] - 1 of connect, through the columns its type uses (views,
+    not copies)."""
+    blocks = []
+    for k, kind in enumerate(types):
+        a, b = int(ranges[k]), int(ranges[k + 1])
+        width = min(connect.shape[1], _plexa.nbr_nodes(int(kind)))
+        blocks.append(Block(ElementType(int(kind)), connect[a:b, :width], ids[a:b]))
+    return Mesh(pos, blocks, id_names)
+
+
+def _read_medit(path):
+    return _from_ranged(*_plexa.medit_input(path))
+
+
 def _write_medit(path, mesh):
-    labelled = [b for b in mesh.blocks if b.ids is not None]
-    if labelled and len(mesh.blocks) > 1:
-        raise ValueError("MEDIT: element references (ids) are written for a mesh of one block only")
-    if labelled:
-        b = mesh.blocks[0]
-        _plexa.medit_output(path, mesh.points, b.cells, b.type, colors=np.asarray(b.ids, dtype=np.uint32))
-    else:
-        _plexa.medit_output(path, mesh.points, mesh.cells, mesh.types)
+    _plexa.medit_output(path, mesh.points, mesh.cells, mesh.types, refs=_ids_of(mesh, 0))
+
+
+def _read_obj(path):
+    return _from_ranged(*_plexa.WavefrontOBJ_input(path))
+
+
+def _write_obj(path, mesh):
+    _plexa.WavefrontOBJ_output(path, mesh.points, mesh.cells, mesh.types, ids=_ids_of(mesh, 0),
+                               names=mesh.id_names)
 
 
 def _write_vtk(path, mesh):
@@ -177,11 +209,7 @@ def _write_vtk(path, mesh):
 
 
 def _write_nastran(path, mesh):
-    pids = None
-    if any(b.ids is not None for b in mesh.blocks):
-        pids = np.concatenate([np.full(len(b.cells), k + 1, np.uint32) if b.ids is None
-                               else np.asarray(b.ids, dtype=np.uint32) for k, b in enumerate(mesh.blocks)])
-    _plexa.NASTRAN_output(path, mesh.points, mesh.cells, mesh.types, pids=pids)
+    _plexa.NASTRAN_output(path, mesh.points, mesh.cells, mesh.types, pids=_ids_of(mesh, 1))
 
 
 def _write_ensight(path, mesh):
@@ -223,9 +251,12 @@ def _write_stl(path, mesh):
 
 
 # Extension -> format.  A reader or writer that lands in the library is one
-# more entry here.
+# more entry here: the NASTRAN reader fills the read slot of .nas and .bdf
+# (a _read_nastran over _from_ranged, property numbers as ids), the FEMAP
+# neutral file reader takes .neu.
 _FORMATS = {
-    ".mesh": _Format("MEDIT", None, _write_medit),
+    ".mesh": _Format("MEDIT", _read_medit, _write_medit),
+    ".obj": _Format("OBJ", _read_obj, _write_obj),
     ".vtk": _Format("VTK", None, _write_vtk),
     ".nas": _Format("NASTRAN", None, _write_nastran),
     ".bdf": _Format("NASTRAN", None, _write_nastran),
@@ -245,14 +276,20 @@ def _format_of(path, action):
 
 
 def read(path) -> Mesh:
-    """Reads the mesh file `path` in the format of its extension: .stl (the
-    welded nodes and one TRIA3 block)."""
+    """Reads the mesh file `path` in the format of its extension: .mesh
+    (MEDIT; one block wherever the element type changes, the references as
+    ids), .obj (OBJ; FACE_MIX, EDGE2 and NODE blocks, the groups as ids and
+    their names as id_names), .stl (the welded nodes and one TRIA3 block).
+    The blocks of .mesh and .obj files are views of one array, in file
+    order.  Raises Error as the format's reader does."""
     return _format_of(path, "read").read(path)
 
 
 def write(path, mesh: Mesh) -> None:
     """Writes `mesh` to the file `path` in the format of its extension:
-    .mesh (MEDIT; the ids of a one-block mesh as references), .vtk (legacy
+    .mesh (MEDIT; the ids as references, by default the block's position),
+    .obj (OBJ; face, edge and node blocks, the ids as groups named by
+    id_names or by their number), .vtk (legacy
     VTK), .nas or .bdf (NASTRAN; the ids as property numbers, by default the
     block's position + 1), .geo (EnSight; mixed blocks split by kind,
     pyramids not written), .stl (binary; the faces of the face blocks and the

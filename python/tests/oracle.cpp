@@ -306,6 +306,39 @@ const std::map<std::string, std::function<void()>> cases = {
        save_code("ascii", STL_output((folder + "/cpp.stl").c_str(), matrix<double>("out_pos"),
                                      matrix<unsigned>("out_connect"), true));
      }},
+    {"readers",
+     [] {
+       // What the Python side wrote, read here; the same meshes written back.
+       const std::string f = folder + "/";
+       dense2D<double> pos, obj_pos, values;
+       dense2D<unsigned> connect, obj_connect;
+       dense1D<unsigned, 8> ranges, refs, obj_ranges, groups;
+       dense1D<int, 8> types, obj_types;
+       std::vector<std::string> names;
+       unsigned dim = 0;
+       save_code("medit", medit_input((f + "py.mesh").c_str(), pos, connect, ranges, types, refs));
+       save("mesh_pos", pos);
+       save("mesh_connect", connect);
+       save("mesh_ranges", ranges);
+       save("mesh_types", types);
+       save("mesh_refs", refs);
+       save_code("obj", WavefrontOBJ_input((f + "py.obj").c_str(), obj_pos, obj_connect, obj_ranges, obj_types, groups,
+                                           names));
+       save("obj_pos", obj_pos);
+       save("obj_connect", obj_connect);
+       save("obj_ranges", obj_ranges);
+       save("obj_types", obj_types);
+       save("obj_groups", groups);
+       std::ofstream listed(f + "obj_names.txt");
+       for (const std::string& n : names) listed << n << '\n';
+       save_code("sol", medit_solution_input((f + "py.sol").c_str(), dim, values));
+       save_code("sol_dim", int(dim));
+       save("sol_values", values);
+       save_code("medit_out", medit_output((f + "cpp.mesh").c_str(), pos, connect, ranges, types, refs));
+       save_code("obj_out",
+                 WavefrontOBJ_output((f + "cpp.obj").c_str(), obj_pos, obj_connect, obj_ranges, obj_types, groups, names));
+       save_code("sol_out", medit_solution_output((f + "cpp.sol").c_str(), dim, values));
+     }},
     {"gradation",
      [] {
        const auto pos = matrix<double>("pos");

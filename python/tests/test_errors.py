@@ -74,6 +74,15 @@ CASES = [
     (lambda: plexa.STL_input("/nonexistent/x.stl"), -1, "STL_input", "argument 1 (path): the file cannot be opened"),
     (lambda: plexa.STL_input(__file__), -3, "STL_input", "malformed or truncated STL file"),
     (lambda: plexa.STL_output("/tmp/plexa-never.stl", POS3, TET), -3, "STL_output", "argument 3 (connect)"),
+    (lambda: plexa.medit_input(__file__), -2, "medit_input", "not a MEDIT mesh file"),
+    (lambda: plexa.medit_output("/tmp/plexa-never.mesh", POS3, [TET, TRIS], [plexa.TETRA4, plexa.TRIA3],
+                                refs=[1, 2]), -6, "medit_output", "argument 6 (refs)"),
+    (lambda: plexa.medit_solution_input(__file__), -2, "medit_solution_input", "not a MEDIT solution file"),
+    (lambda: plexa.medit_solution_output("/tmp/plexa-never.sol", 3, np.ones((4, 4))), -3, "medit_solution_output",
+     "argument 3 (values)"),
+    (lambda: plexa.WavefrontOBJ_input(__file__), -3, "WavefrontOBJ_input", "the file is truncated or malformed"),
+    (lambda: plexa.WavefrontOBJ_output("/tmp/plexa-never.obj", POS3, TRIS, plexa.TRIA3, names=["a  b"]), -7,
+     "WavefrontOBJ_output", "argument 7 (names)"),
 ]
 
 

@@ -136,9 +136,15 @@ class TestFiles:
     def test_write_picks_the_writer_by_extension_and_writes_ids(self, tmp_path):
         pos, tets = tet_mesh(2, seed=32)
         ids = np.arange(len(tets), dtype=np.uint32) % 4
-        plexa.write(tmp_path / "a.mesh", plexa.Mesh(pos, [(E.TETRA4, tets, ids)]))
-        plexa.medit_output(tmp_path / "b.mesh", pos, tets, E.TETRA4, colors=ids)
+        # MEDIT: the ids as references, in element order (blocks without ids
+        # take their position); read back as they were.
+        mesh = plexa.Mesh(pos, [(E.TETRA4, tets, ids), (E.TETRA4, tets[:2])])
+        plexa.write(tmp_path / "a.mesh", mesh)
+        plexa.medit_output(tmp_path / "b.mesh", pos, [tets, tets[:2]], [E.TETRA4, E.TETRA4], refs=[*ids, 1, 1])
         assert (tmp_path / "a.mesh").read_bytes() == (tmp_path / "b.mesh").read_bytes()
+        back = plexa.read(tmp_path / "a.mesh")
+        np.testing.assert_array_equal(back.blocks[0].cells, np.vstack([tets, tets[:2]]))
+        np.testing.assert_array_equal(back.blocks[0].ids, [*ids, 1, 1])
         plexa.write(tmp_path / "a.BDF", plexa.Mesh(pos, [(E.TETRA4, tets, ids + 5), (E.TETRA4, tets[:2])]))
         plexa.NASTRAN_output(tmp_path / "b.bdf", pos, [tets, tets[:2]], [E.TETRA4, E.TETRA4],
                              pids=np.concatenate([ids + 5, [2, 2]]))
@@ -165,12 +171,13 @@ class TestFiles:
         np.testing.assert_array_equal(triangles, [[0, 1, 2], [0, 2, 3]])
 
     def test_unknown_formats_and_refused_meshes(self, tmp_path):
-        with pytest.raises(ValueError, match=r"no writer for the extension '\.stp' \(known: \.mesh, \.vtk"):
+        with pytest.raises(ValueError, match=r"no writer for the extension '\.stp' \(known: \.mesh, \.obj, \.vtk"):
             plexa.write(tmp_path / "a.stp", mixed_mesh())
-        with pytest.raises(ValueError, match=r"no reader for the extension '\.mesh' \(known: \.stl\)"):
-            plexa.read(tmp_path / "a.mesh")
-        with pytest.raises(ValueError, match="MEDIT: element references"):
-            plexa.write(tmp_path / "a.mesh", mixed_mesh())
+        with pytest.raises(ValueError, match=r"no reader for the extension '\.vtk' \(known: \.mesh, \.obj, \.stl\)"):
+            plexa.read(tmp_path / "a.vtk")
+        with pytest.raises(plexa.Error) as caught:
+            plexa.write(tmp_path / "a.obj", mixed_mesh())  # solids
+        assert caught.value.code == -3
         with pytest.raises(plexa.Error) as caught:
             plexa.write(tmp_path / "missing" / "a.vtk", plexa.Mesh(np.zeros((3, 3)), [(E.TRIA3, [[0, 1, 2]])]))
         assert caught.value.code == -1

@@ -219,3 +219,63 @@ def test_stl(oracle):
     mesh = plexa.read(folder / "soup.stl")
     assert mesh.types == [plexa.TRIA3]
     np.testing.assert_array_equal(mesh.blocks[0].cells, triangles)
+
+
+def test_readers(oracle):
+    pos, tets = tet_mesh(2, seed=21)
+    tris = plexa.get_mesh_boundaries(tets, plexa.get_neighbors(tets, plexa.TETRA4), plexa.TETRA4)
+    rng = np.random.default_rng(21)
+    folder = oracle.folder / "readers"
+    folder.mkdir()
+    mesh = plexa.Mesh(pos, [(plexa.TETRA4, tets, rng.integers(1, 5, len(tets))), (plexa.TRIA3, tris)])
+    plexa.write(folder / "py.mesh", mesh)
+    faces = np.full((len(tris) + 2, 4), plexa.NO_INDEX, np.uint32)
+    faces[: len(tris), :3] = tris
+    faces[len(tris):] = [[0, 1, 4, 3], [9, 10, 13, 12]]
+    plexa.WavefrontOBJ_output(folder / "py.obj", pos, [faces, [[0, 1], [1, 2]], [[5]]],
+                              [plexa.FACE_MIX, plexa.EDGE2, plexa.NODE], names=["skin", "wire one", "dot"])
+    metrics = spd_metrics(len(pos), seed=21)
+    plexa.medit_solution_output(folder / "py.sol", 3, metrics)
+    cpp = oracle("readers")
+    assert all(cpp[k][0] == 0 for k in ("medit", "obj", "sol", "medit_out", "obj_out", "sol_out"))
+
+    read = plexa.medit_input(folder / "py.mesh")
+    for got, key in zip(read, ("pos", "connect", "ranges", "types", "refs")):
+        np.testing.assert_array_equal(got, cpp[f"mesh_{key}"])
+    # One section per type in ascending order: the triangles (reference 1,
+    # the block's position) come first.
+    back = plexa.read(folder / "py.mesh")
+    assert back.types == [plexa.TRIA3, plexa.TETRA4]
+    np.testing.assert_array_equal(back.blocks[0].cells, tris)
+    np.testing.assert_array_equal(back.blocks[0].ids, np.ones(len(tris)))
+    np.testing.assert_array_equal(back.blocks[1].cells, tets)
+    np.testing.assert_array_equal(back.blocks[1].ids, mesh.blocks[0].ids)
+    np.testing.assert_allclose(back.points, pos, atol=1e-6)  # written with "%E"
+
+    *arrays, names = plexa.WavefrontOBJ_input(folder / "py.obj")
+    for got, key in zip(arrays, ("pos", "connect", "ranges", "types", "groups")):
+        np.testing.assert_array_equal(got, cpp[f"obj_{key}"])
+    assert names == (folder / "obj_names.txt").read_text().splitlines() == ["skin", "wire one", "dot"]
+    obj = plexa.read(folder / "py.obj")
+    assert obj.types == [plexa.FACE_MIX, plexa.EDGE2, plexa.NODE] and obj.id_names == names
+    np.testing.assert_array_equal(obj.blocks[0].cells, faces)
+    np.testing.assert_array_equal(obj.blocks[1].cells, [[0, 1], [1, 2]])
+    np.testing.assert_array_equal(obj.blocks[2].ids, [2])
+
+    dim, values = plexa.medit_solution_input(folder / "py.sol")
+    assert dim == cpp["sol_dim"][0] == 3
+    np.testing.assert_array_equal(values, cpp["sol_values"])
+    np.testing.assert_allclose(values, metrics, rtol=1e-6)
+
+    # Written back from what was read: the C++ writers' bytes.
+    plexa.medit_output(folder / "back.mesh", read[0], read[1], read[3], ranges=read[2], refs=read[4])
+    plexa.WavefrontOBJ_output(folder / "back.obj", *arrays[:2], arrays[3], ranges=arrays[2], ids=arrays[4],
+                              names=names)
+    plexa.medit_solution_output(folder / "back.sol", dim, values)
+    for ext in ("mesh", "obj", "sol"):
+        assert (folder / f"back.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
+    # And through Mesh: the same files again.
+    plexa.write(folder / "mesh.mesh", back)
+    plexa.write(folder / "mesh.obj", obj)
+    for ext in ("mesh", "obj"):
+        assert (folder / f"mesh.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext

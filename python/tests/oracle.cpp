@@ -181,6 +181,19 @@ const std::map<std::string, std::function<void()>> cases = {
                      tets);
        save("sym_pos", copied);
        save("sym_connect", copy_connect);
+       auto copies = matrix<double>("pos");
+       dense2D<unsigned> copies_connect;
+       copy_mesh(copies, copies_connect, zeb::vector_fixed<double, 3>(4, 0, 0), zeb::vector_fixed<double, 3>(c[0], c[1], c[2]),
+                 zeb::vector_fixed<double, 3>(r[0], r[1], r[2]), 2, tets);
+       save("copies_pos", copies);
+       save("copies_connect", copies_connect);
+       dense2D<unsigned> kept;
+       clip(pos, tets, zeb::vector_fixed<double, 3>(c[0], c[1], c[2]), zeb::vector_fixed<double, 3>(r[0], r[1], r[2]), kept);
+       save("kept", kept);
+       auto moved = matrix<double>("pos");
+       translate(moved, zeb::vector_fixed<double, 3>(r[0], r[1], r[2]), tets.sub_matrix(0, 0, 4, 5));
+       zoom(moved, zeb::vector_fixed<double, 3>(c[0], c[1], c[2]), 1.5);
+       save("moved", moved);
      }},
     {"search",
      [] {
@@ -223,6 +236,22 @@ const std::map<std::string, std::function<void()>> cases = {
        get_subdomains(nbr, elements, sub_offsets);
        save("sub_elements", elements);
        save("sub_offsets", sub_offsets);
+       dense2D<unsigned> faces, interfaces;
+       get_element_boundaries(tets, ELT_TETRA4, faces);
+       save("element_boundaries", faces);
+       dense1D<unsigned, 8> keys, on_keys, ancestors, connected_offsets, connected;
+       unsigned nb = 0;
+       get_mesh_bounding_elements(tets, nbr, ELT_TETRA4, keys, nb);
+       save("bounding_keys", keys);
+       get_colors_boundaries(tets, nbr, vector<unsigned>("colors"), ELT_TETRA4, true, interfaces);
+       save("interfaces", interfaces);
+       get_ancestors(tets, ancestors);
+       save("ancestors", ancestors);
+       get_elements_on_boundaries(bnd, tets, nbr, ancestors, ELT_TETRA4, 0, on_keys, nb);
+       save("on_keys", on_keys);
+       get_connected_elements(tets, connected_offsets, connected);
+       save("connected_offsets", connected_offsets);
+       save("connected", connected);
        auto mixed = matrix<unsigned>("mixed");
        dense1D<unsigned, 8> counts, ends, index;
        sort_elfes(mixed, counts, ends, index);
@@ -291,6 +320,8 @@ const std::map<std::string, std::function<void()>> cases = {
        save_code("nastran", NASTRAN_output((folder + "/cpp.nas").c_str(), pos, blocks[0], blocks[1], ELT_TETRA4,
                                            ELT_TRIA3));
        save_code("scalar", medit_scalar((folder + "/cpp.sol").c_str(), 3, vector<double>("values")));
+       save_code("vector", medit_vector((folder + "/cpp.bb").c_str(), 3, pos));
+       save_code("tensor", medit_tensor((folder + "/cpp.tensor").c_str(), matrix<double>("tensors")));
      }},
     {"stl",
      [] {

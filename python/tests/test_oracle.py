@@ -28,6 +28,9 @@ def test_indices(oracle):
     np.testing.assert_array_equal(pos2, cpp["pos2"])
     np.testing.assert_array_equal(plexa.shift_indices(connect, 7, plexa.NONE), cpp["shifted"])
     np.testing.assert_array_equal(plexa.change_indices(connect, new_ids), cpp["changed"])
+    top = plexa.max_ID(connect)
+    assert plexa.check_IDs(connect, top + 1) and not plexa.check_IDs(connect, top)
+    assert plexa.check_IDs(connect, top + 1, plexa.TRIA3) and not plexa.check_IDs(connect, top + 1, plexa.QUAD4)
 
 
 def test_geometry(oracle):
@@ -43,6 +46,12 @@ def test_geometry(oracle):
     sym_pos, sym_connect = plexa.copy_sym_mesh(pos, tets, [0.5, 0, 0], [1, 1, 0])
     np.testing.assert_array_equal(sym_pos, cpp["sym_pos"])
     np.testing.assert_array_equal(sym_connect, cpp["sym_connect"])
+    copies_pos, copies_connect = plexa.copy_mesh(pos, tets, T=[4, 0, 0], C=C, R=R, n=2)
+    np.testing.assert_array_equal(copies_pos, cpp["copies_pos"])
+    np.testing.assert_array_equal(copies_connect, cpp["copies_connect"])
+    np.testing.assert_array_equal(plexa.clip(pos, tets, C, R), cpp["kept"])
+    moved = plexa.zoom(plexa.translate(pos, R, tets[:5]), C, 1.5)
+    np.testing.assert_array_equal(moved, cpp["moved"])
 
 
 def test_search(oracle):
@@ -76,7 +85,8 @@ def test_topology(oracle):
     counts = rng.choice([4, 5, 6, 8], size=40)
     for row, count in zip(mixed, counts):
         row[:count] = rng.choice(100, size=count, replace=False)
-    cpp = oracle("topology", tets=tets, mixed=mixed)
+    colors = (np.arange(len(tets)) // 50).astype(np.uint32)
+    cpp = oracle("topology", tets=tets, mixed=mixed, colors=colors)
 
     nbr = plexa.get_neighbors(tets, plexa.TETRA4)
     np.testing.assert_array_equal(nbr, cpp["neighbors"])
@@ -87,6 +97,21 @@ def test_topology(oracle):
     elements, sub_offsets = plexa.get_subdomains(nbr)
     np.testing.assert_array_equal(elements, cpp["sub_elements"])
     np.testing.assert_array_equal(sub_offsets, cpp["sub_offsets"])
+    np.testing.assert_array_equal(plexa.get_element_boundaries(tets, plexa.TETRA4), cpp["element_boundaries"])
+    keys, nb = plexa.get_mesh_bounding_elements(tets, nbr, plexa.TETRA4)
+    np.testing.assert_array_equal(keys, cpp["bounding_keys"])
+    np.testing.assert_array_equal(plexa.get_colors_boundaries(tets, nbr, colors, plexa.TETRA4, both_sides=True),
+                                  cpp["interfaces"])
+    ancestors = plexa.get_ancestors(tets)
+    np.testing.assert_array_equal(ancestors, cpp["ancestors"])
+    boundaries = plexa.get_mesh_boundaries(tets, nbr, plexa.TETRA4)
+    on_keys, nb_on = plexa.get_elements_on_boundaries(boundaries, tets, nbr, ancestors, plexa.TETRA4)
+    np.testing.assert_array_equal(on_keys, cpp["on_keys"])
+    # Every free boundary is found on the element it was taken from.
+    assert nb == nb_on == 4 and np.array_equal(np.sort(on_keys), np.sort(keys))
+    connected_offsets, connected = plexa.get_connected_elements(tets)
+    np.testing.assert_array_equal(connected_offsets, cpp["connected_offsets"])
+    np.testing.assert_array_equal(connected, cpp["connected"])
     sorted_mixed, node_counts, group_ends, new_index = plexa.sort_elfes(mixed)
     np.testing.assert_array_equal(sorted_mixed, cpp["sorted"])
     np.testing.assert_array_equal(group_ends, cpp["group_ends"])
@@ -180,16 +205,19 @@ def test_io(oracle):
     tris = plexa.get_mesh_boundaries(tets, plexa.get_neighbors(tets, plexa.TETRA4), plexa.TETRA4)
     values = np.random.default_rng(18).uniform(size=len(pos))
     types = np.array([plexa.TETRA4, plexa.TRIA3], np.int32)
-    cpp = oracle("io", pos=pos, tets=tets, tris=tris, types=types, values=values)
+    tensors = spd_metrics(len(pos), seed=18)
+    cpp = oracle("io", pos=pos, tets=tets, tris=tris, types=types, values=values, tensors=tensors)
     folder = oracle.folder / "io"
-    assert all(cpp[k][0] == 0 for k in ("medit", "vtk", "ensight", "nastran", "scalar"))
+    assert all(cpp[k][0] == 0 for k in ("medit", "vtk", "ensight", "nastran", "scalar", "vector", "tensor"))
 
     plexa.medit_output(folder / "py.mesh", pos, [tets, tris], types)
     plexa.vtk_output(str(folder / "py.vtk"), pos, [tets, tris], types)
     plexa.ensight_output(bytes(folder / "py.geo"), pos, [tets, tris], types)
     plexa.NASTRAN_output(folder / "py.nas", pos, [tets, tris], types)
     plexa.medit_scalar(folder / "py.sol", 3, values)
-    for ext in ("mesh", "vtk", "geo", "nas", "sol"):
+    plexa.medit_vector(folder / "py.bb", 3, pos)
+    plexa.medit_tensor(folder / "py.tensor", tensors)
+    for ext in ("mesh", "vtk", "geo", "nas", "sol", "bb", "tensor"):
         assert (folder / f"py.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
     # The Mesh writers pick the same writers by extension.
     mesh = plexa.Mesh(pos, [(plexa.TETRA4, tets), (plexa.TRIA3, tris)])

@@ -160,8 +160,30 @@ class TestInPlaceArguments:
         np.testing.assert_array_equal(pos[2], [0, 0, 0])
 
 
-def test_long_calls_release_the_gil():
-    _, tets = tet_mesh(40)
+@pytest.fixture(scope="module")
+def big_mesh(tmp_path_factory):
+    pos, tets = tet_mesh(40)
+    path = tmp_path_factory.mktemp("gil") / "big.mesh"
+    plexa.medit_output(path, pos, tets, plexa.TETRA4)
+    return pos, tets, path
+
+
+LONG_CALLS = {
+    "get_neighbors": lambda pos, tets, path: plexa.get_neighbors(tets, plexa.TETRA4),
+    "merge": lambda pos, tets, path: plexa.merge(np.random.default_rng(3).uniform(size=(300_000, 3)), 1e-3),
+    "bound_metric_gradations": lambda pos, tets, path: plexa.bound_metric_gradations(
+        pos, tets, plexa.TETRA4, np.where(np.arange(len(pos)) % 97 == 0, 0.01, 1.0), 0.1, -1),
+    "medit_input": lambda pos, tets, path: plexa.medit_input(path),
+    "medit_output": lambda pos, tets, path: plexa.medit_output(path.with_suffix(".out.mesh"), pos, tets, plexa.TETRA4),
+}
+
+
+def ticks_during(call, tries=1):
+    """How far a thread that counts only while it holds the GIL gets during
+    call(): the thread gives the GIL up at every count, and the interpreter
+    does not take it from the calling thread for seconds, so it counts only
+    while the call has released it.  Up to `tries` calls, until one shows
+    counts (a busy machine may not wake the thread during a short call)."""
     ticks = [0]
     running = threading.Event()
     stop = threading.Event()
@@ -170,18 +192,32 @@ def test_long_calls_release_the_gil():
         running.set()
         while not stop.is_set():
             ticks[0] += 1
+            time.sleep(0)
 
+    interval = sys.getswitchinterval()
+    sys.setswitchinterval(10.0)
     worker = threading.Thread(target=count)
     worker.start()
-    running.wait()
     try:
-        during = []
-        for _ in range(3):
+        running.wait()
+        during = 0
+        for _ in range(tries):
             start = ticks[0]
-            plexa.get_neighbors(tets, plexa.TETRA4)
-            during.append(ticks[0] - start)
-            time.sleep(0)
+            call()
+            during = ticks[0] - start
+            if during:
+                break
     finally:
         stop.set()
         worker.join()
-    assert max(during) > 0
+        sys.setswitchinterval(interval)
+    return during
+
+
+@pytest.mark.parametrize("call", LONG_CALLS.values(), ids=LONG_CALLS.keys())
+def test_long_calls_release_the_gil(call, big_mesh):
+    assert ticks_during(lambda: call(*big_mesh), tries=10) > 0
+
+
+def test_a_call_that_keeps_the_gil_shows_no_counts():
+    assert ticks_during(lambda: sum(range(10**7))) == 0

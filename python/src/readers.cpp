@@ -1,5 +1,9 @@
 // The MEDIT reader and keyword-layout solution files, and Wavefront OBJ
-// files, read and written.
+// files, read and written.  The readers return the ranged layout of
+// io_blocks.hpp; the NASTRAN and FEMAP readers, which return it too (with
+// the file's node and element ids beside it), are bound here the same way
+// once the library has them, and take the read slots of their extensions
+// in plexa.read.
 #include <string>
 #include <vector>
 

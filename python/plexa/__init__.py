@@ -171,8 +171,9 @@ def _ids_of(mesh, first):
     takes first + its position), or None when no block has ids."""
     if all(b.ids is None for b in mesh.blocks):
         return None
-    return np.concatenate([np.full(len(b.cells), first + k, np.uint32) if b.ids is None
-                           else np.asarray(b.ids, dtype=np.uint32) for k, b in enumerate(mesh.blocks)])
+    # Not cast here: the binding range-checks them as indices.
+    return np.concatenate([np.full(len(b.cells), first + k, np.int64) if b.ids is None else np.asarray(b.ids)
+                           for k, b in enumerate(mesh.blocks)])
 
 
 def _from_ranged(pos, connect, ranges, types, ids, id_names=None):

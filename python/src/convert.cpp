@@ -272,6 +272,8 @@ int_vector types_in(py::handle obj, std::size_t blocks, const char* name) {
     if (!types.resize(unsigned(blocks), int(type_in(obj, name)))) throw std::bad_alloc();
     return types;
   }
+  if (!py::isinstance<py::sequence>(obj) || py::isinstance<py::str>(obj))
+    fail(PyExc_TypeError, std::string(name) + ": an element type or a sequence of them");
   const py::sequence s = py::reinterpret_borrow<py::sequence>(obj);
   if (!types.resize(unsigned(s.size()))) throw std::bad_alloc();
   for (std::size_t k = 0; k < s.size(); ++k) types[unsigned(k)] = int(type_in(s[k], name));

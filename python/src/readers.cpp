@@ -76,6 +76,8 @@ void obj_output(py::handle path, py::handle pos, py::handle connect, py::handle 
           "WavefrontOBJ_output(path, pos, connect, ranges, types, ids)");
     return;
   }
+  if (py::isinstance<py::str>(names) || !py::isinstance<py::iterable>(names))
+    throw py::type_error("names: a list of str");
   std::vector<std::string> group_names;
   for (py::handle n : py::reinterpret_borrow<py::iterable>(names)) {
     if (!py::isinstance<py::str>(n)) throw py::type_error("names: a list of str");

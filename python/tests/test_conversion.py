@@ -63,6 +63,15 @@ class TestInputsInPlace:
         with pytest.raises(TypeError, match=message):
             plexa.get_neighbors(bad, plexa.TRIA3)
 
+    def test_type_and_name_lists_refuse_other_objects(self, tmp_path):
+        pos, tris = np.zeros((3, 3)), [[0, 1, 2]]
+        for bad in (None, "TRIA3", 2.5):
+            with pytest.raises(TypeError, match="types: an element type or a sequence"):
+                plexa.vtk_output(tmp_path / "a.vtk", pos, [tris], bad)
+        for bad in ("group", 5):
+            with pytest.raises(TypeError, match="names: a list of str"):
+                plexa.WavefrontOBJ_output(tmp_path / "a.obj", pos, tris, plexa.TRIA3, names=bad)
+
     def test_coordinates_refuse_complex_and_text(self):
         for bad in (np.zeros((3, 2), complex), np.array([["1", "2"]])):
             with pytest.raises(TypeError, match="pos: expected an array of real numbers"):

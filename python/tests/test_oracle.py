@@ -294,6 +294,9 @@ def test_readers(oracle):
     assert dim == cpp["sol_dim"][0] == 3
     np.testing.assert_array_equal(values, cpp["sol_values"])
     np.testing.assert_allclose(values, metrics, rtol=1e-6)
+    plexa.medit_solution_output(folder / "flat.sol", 2, metrics[::2, 0])  # scalars: (n,) is (n, 1)
+    plexa.medit_solution_output(folder / "column.sol", 2, metrics[::2, :1])
+    assert (folder / "flat.sol").read_bytes() == (folder / "column.sol").read_bytes()
 
     # Written back from what was read: the C++ writers' bytes.
     plexa.medit_output(folder / "back.mesh", read[0], read[1], read[3], ranges=read[2], refs=read[4])

@@ -39,7 +39,8 @@ py::array coerce(py::handle obj, const char* name) {
   py::array a = numpy_function("asarray")(obj);
   const char kind = a.dtype().kind();
   const bool real = kind == 'f' || kind == 'i' || kind == 'u';
-  const bool integer = kind == 'i' || kind == 'u';
+  // An empty list makes an empty float64 array: as indices, it holds none.
+  const bool integer = kind == 'i' || kind == 'u' || (real && a.size() == 0);
   if (std::is_same_v<T, double> ? !real : !integer)
     fail(PyExc_TypeError, std::string(name) + ": expected an array of " + element_words<T>() + ", got dtype " +
                               py::str(a.dtype()).cast<std::string>());

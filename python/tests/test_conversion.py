@@ -52,6 +52,8 @@ class TestInputsInPlace:
         for bad in ([[0, -1]], [[0, 2**32]]):
             with pytest.raises(ValueError, match="connect: expected non-negative integers"):
                 plexa.max_ID(bad)
+        # An empty list is an empty index list, whatever dtype NumPy gives it.
+        assert plexa.unique_indices([[0, 1]], excluded=[]).tolist() == [0, 1]
 
     @pytest.mark.parametrize("bad, message", [
         (np.zeros((2, 3), np.float64), "connectivity: expected an array of non-negative integers"),

@@ -25,7 +25,7 @@ namespace plexa_cli {
 namespace {
 
 // Offenders listed per defect.
-constexpr unsigned shown = 5;
+constexpr unsigned listed = 5;
 
 struct element_ref {
   unsigned block, element;
@@ -60,7 +60,7 @@ void find_out_of_range(const mesh& m, check_report& r) {
     for (unsigned j = 0; !b.empty() && j < b.cols(); ++j)
       for (unsigned i = 0; i < b.rows(); ++i)
         if (b(i, j) >= nodes && b(i, j) != UINT_MAX) {
-          if (r.first_out_of_range.size() < shown) r.first_out_of_range.push_back({k, j});
+          if (r.first_out_of_range.size() < listed) r.first_out_of_range.push_back({k, j});
           ++r.out_of_range;
           break;
         }
@@ -75,7 +75,7 @@ void find_unused(const mesh& m, check_report& r) {
         if (b(i, j) != UINT_MAX) used[b(i, j)] = 1;
   for (unsigned v = 0; v < used.size(); ++v)
     if (!used[v]) {
-      if (r.first_unused.size() < shown) r.first_unused.push_back(v);
+      if (r.first_unused.size() < listed) r.first_unused.push_back(v);
       ++r.unused;
     }
 }
@@ -91,7 +91,7 @@ int find_close(const mesh& m, double tolerance, check_report& r) {
   const int merged = zeb::plexa::merge(m.coords, nodes, new_ids, tolerance);
   if (merged < 0) return merged;
   r.close = unsigned(merged);
-  for (unsigned v = 0; v < new_ids.size() && r.first_close.size() < shown; ++v)
+  for (unsigned v = 0; v < new_ids.size() && r.first_close.size() < listed; ++v)
     if (new_ids[v] != v) r.first_close.emplace_back(v, new_ids[v]);
   return 0;
 }
@@ -243,20 +243,20 @@ void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const check
 
 // Runs the checks past the index check.  0, or a library code with
 // `failed` naming the function.
-int run_checks(const mesh& m, double tolerance, progress& shown_progress, check_report& r, const char*& failed) {
+int run_checks(const mesh& m, double tolerance, progress& shown, check_report& r, const char*& failed) {
   failed = "merge(pos, nodes, new_IDs, tolerance)";
   find_unused(m, r);
-  shown_progress.step("looking for close nodes");
+  shown.step("looking for close nodes");
   if (const int code = find_close(m, tolerance, r)) return code;
-  shown_progress.step("measuring the elements");
-  if (const int code = measure_quality(m, shown, r.quality, failed)) return code;
-  shown_progress.step("walking the boundaries");
+  shown.step("measuring the elements");
+  if (const int code = measure_quality(m, listed, r.quality, failed)) return code;
+  shown.step("walking the boundaries");
   failed = nullptr;
   r.dimension = top_dimension(m);
   zeb::dense2D<unsigned> cells;
   zeb::plexa::element_type type;
   if (r.dimension > 0 && (!join_vertices(m, r.dimension, cells, type) ||
-                          !count_boundaries(cells, type, shown, r.boundaries) ||
+                          !count_boundaries(cells, type, listed, r.boundaries) ||
                           !count_subdomains(cells, type, r.subdomains)))
     return -199;
   return count_parts(m, r.parts) ? 0 : -199;
@@ -275,8 +275,8 @@ int check_main(const invocation& call) {
   mesh_input in;
   if (const int status = find_mesh_input(call, args.positionals.empty() ? nullptr : args.positionals[0], in))
     return status;
-  progress shown_progress(call.err, call.self.name);
-  shown_progress.step("reading");
+  progress shown(call.err, call.self.name);
+  shown.step("reading");
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
 
@@ -285,7 +285,7 @@ int check_main(const invocation& call) {
     find_out_of_range(m, r);
     const char* failed = nullptr;
     if (r.complete()) {
-      if (const int code = run_checks(m, tolerance, shown_progress, r, failed)) {
+      if (const int code = run_checks(m, tolerance, shown, r, failed)) {
         if (code == -199 || !failed) return failure(call, "out of memory");
         char reason[160];
         zeb::plexa::result_message(failed, code, reason, sizeof reason);
@@ -295,7 +295,7 @@ int check_main(const invocation& call) {
   } catch (const std::bad_alloc&) {
     return failure(call, "out of memory");
   }
-  shown_progress.done();
+  shown.done();
   if (args.has(JSON)) {
     write_json(call.out, in, m, r, tolerance);
   } else {

@@ -17,6 +17,7 @@
 #include "mesh_output.hpp"
 #include "mesh_quality.hpp"
 #include "options.hpp"
+#include "progress.hpp"
 #include "transform_options.hpp"
 
 namespace plexa_cli {
@@ -127,15 +128,25 @@ int convert_main(const invocation& call) {
     return usage_error(call, "'--quality' writes VTK cell data: the output must be a .vtk file");
   mesh_input in;
   if (const int status = find_mesh_input(call, input, in)) return status;
+  progress shown(call.err, call.self.name);
+  shown.step("reading");
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
   bool mirrored = false;
   if (!apply_transforms(transforms, m.coords, mirrored)) return failure(call, "out of memory");
-  if (mirrored)
+  if (mirrored) {
+    progress::clear_line(call.err);
     std::fprintf(call.err,
                  "plexa convert: warning: the transforms mirror the mesh (a negative scale in 3-D): its elements "
                  "are now inside out\n");
-  if (!args.has(QUALITY)) return write_mesh_output(call, *format, output, m, digits);
+  }
+  shown.step("writing");
+  if (!args.has(QUALITY)) {
+    if (const int status = write_mesh_file(call, *format, output, m, digits)) return status;
+    shown.done();
+    report_written(call, *format, output, m);
+    return EXIT_OK;
+  }
 
   // The cells in the order the VTK writer gives them: mixed blocks split by
   // kind first, so that the cell data follows the blocks.
@@ -147,6 +158,7 @@ int convert_main(const invocation& call) {
   } catch (const std::bad_alloc&) {
     return failure(call, "out of memory");
   }
+  shown.done();
   std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements, cell data shape_quality and scaled_jacobian\n",
                output, format->name, simple.coords.cols(), simple.element_count());
   return EXIT_OK;

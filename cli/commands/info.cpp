@@ -12,6 +12,7 @@
 #include "mesh_input.hpp"
 #include "mesh_summary.hpp"
 #include "options.hpp"
+#include "progress.hpp"
 
 namespace plexa_cli {
 
@@ -83,8 +84,11 @@ int info_main(const invocation& call) {
   if (const field_format* format = field_format_of(input)) return solution_info(call, input, *format, json);
   mesh_input in;
   if (const int status = find_mesh_input(call, input, in)) return status;
+  progress shown(call.err, call.self.name);
+  shown.step("reading");
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
+  shown.done();
   if (json) {
     json_writer j(call.out);
     j.begin_object();

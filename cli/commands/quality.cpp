@@ -8,6 +8,7 @@
 #include "mesh_quality.hpp"
 #include "mesh_summary.hpp"
 #include "options.hpp"
+#include "progress.hpp"
 
 namespace plexa_cli {
 
@@ -52,8 +53,11 @@ int quality_main(const invocation& call) {
   mesh_input in;
   if (const int status = find_mesh_input(call, args.positionals.empty() ? nullptr : args.positionals[0], in))
     return status;
+  progress shown(call.err, call.self.name);
+  shown.step("reading");
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
+  shown.step("measuring the elements");
 
   mesh_quality q;
   const char* failed = nullptr;
@@ -63,6 +67,7 @@ int quality_main(const invocation& call) {
     if (in.builtin()) return failure(call, "cannot measure the built-in mesh: %s", reason);
     return failure(call, "cannot measure '%s': %s", in.path, reason);
   }
+  shown.done();
   if (args.has(JSON)) {
     write_json(call.out, in, m, q);
     return EXIT_OK;

@@ -14,6 +14,7 @@
 #include "mesh_output.hpp"
 #include "mesh_topology.hpp"
 #include "options.hpp"
+#include "progress.hpp"
 
 namespace plexa_cli {
 
@@ -38,6 +39,8 @@ int weld_main(const invocation& call) {
   mesh m;
   zeb::dense2D<unsigned> triangles;
   zeb::plexa::STL_read_report report;
+  progress shown(call.err, call.self.name);
+  shown.step("reading and welding");
   const int code = zeb::plexa::STL_input(input, m.coords, triangles, report);
   if (code != 0) {
     char reason[160];
@@ -49,7 +52,9 @@ int weld_main(const invocation& call) {
     return failure(call, "out of memory");
 
   // The file first, so that a report is printed only for a file written.
+  shown.step("writing");
   if (const int status = write_mesh_file(call, *format, output, m)) return status;
+  shown.done();
   if (args.has(JSON)) {
     json_writer j(call.out);
     j.begin_object();

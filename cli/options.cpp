@@ -11,20 +11,20 @@ namespace {
 
 // The option that `arg` names ("--name", "--name=value", "-n"), or -1;
 // `inline_value` is set to the text after '=' of a long option.
-int find_option(const option_spec* specs, int count, const char* arg, const char*& inline_value) {
+int find_option(const option_info* known, int count, const char* arg, const char*& inline_value) {
   inline_value = nullptr;
   if (arg[1] == '-') {
     const char* equals = std::strchr(arg, '=');
     const std::size_t length = equals ? std::size_t(equals - arg) : std::strlen(arg);
     for (int k = 0; k < count; ++k)
-      if (std::strlen(specs[k].name) == length && std::strncmp(specs[k].name, arg, length) == 0) {
+      if (std::strlen(known[k].name) == length && std::strncmp(known[k].name, arg, length) == 0) {
         if (equals) inline_value = equals + 1;
         return k;
       }
     return -1;
   }
   for (int k = 0; k < count; ++k)
-    if (specs[k].short_name != '\0' && arg[1] == specs[k].short_name && arg[2] == '\0') return k;
+    if (known[k].short_name != '\0' && arg[1] == known[k].short_name && arg[2] == '\0') return k;
   return -1;
 }
 
@@ -37,16 +37,16 @@ bool is_option_word(const char* arg) {
 
 }  // namespace
 
-const char* parsed_arguments::value(int spec) const {
+const char* parsed_arguments::value(int option) const {
   const char* found = nullptr;
   for (const option_use& use : options)
-    if (use.spec == spec) found = use.value ? use.value : "";
+    if (use.option == option) found = use.value ? use.value : "";
   return found;
 }
 
-bool parsed_arguments::has(int spec) const { return value(spec) != nullptr; }
+bool parsed_arguments::has(int option) const { return value(option) != nullptr; }
 
-int parse_arguments(const invocation& call, const option_spec* specs, int count, unsigned max_positionals,
+int parse_arguments(const invocation& call, const option_info* known, int count, unsigned max_positionals,
                     parsed_arguments& args) {
   args = parsed_arguments();
   bool options_ended = false;
@@ -63,16 +63,16 @@ int parse_arguments(const invocation& call, const option_spec* specs, int count,
         continue;
       }
       const char* value;
-      const int spec = find_option(specs, count, arg, value);
-      if (spec < 0) return usage_error(call, "unknown option '%s'", arg);
-      const option_spec& s = specs[spec];
+      const int option = find_option(known, count, arg, value);
+      if (option < 0) return usage_error(call, "unknown option '%s'", arg);
+      const option_info& s = known[option];
       if (!s.value_name && value) return usage_error(call, "option '%s' takes no value", s.name);
       if (s.value_name && !value) {
         if (++k == call.argc) return usage_error(call, "missing %s after '%s'", s.value_name, arg);
         value = call.argv[k];
       }
-      if (!s.repeatable && args.has(spec)) return usage_error(call, "option '%s' given twice", s.name);
-      args.options.push_back({spec, value});
+      if (!s.repeatable && args.has(option)) return usage_error(call, "option '%s' given twice", s.name);
+      args.options.push_back({option, value});
     }
   } catch (const std::bad_alloc&) {
     return failure(call, "out of memory");

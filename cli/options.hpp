@@ -14,7 +14,7 @@
 
 namespace plexa_cli {
 
-struct option_spec {
+struct option_info {
   const char* name;        // "--output"
   char short_name;         // 'o', or '\0'
   const char* value_name;  // "file" for an option with a value, nullptr for a flag
@@ -22,7 +22,7 @@ struct option_spec {
 };
 
 struct option_use {
-  int spec;           // index into the command's option list
+  int option;         // index into the command's option list
   const char* value;  // the value given, nullptr for a flag
 };
 
@@ -30,16 +30,16 @@ struct parsed_arguments {
   std::vector<option_use> options;        // in command-line order
   std::vector<const char*> positionals;  // in command-line order
 
-  // The value of the option of index `spec` (its last use), or nullptr.
-  const char* value(int spec) const;
-  bool has(int spec) const;
+  // The value of the option of index `option` (its last use), or nullptr.
+  const char* value(int option) const;
+  bool has(int option) const;
 };
 
-// Parses call.argv against the option list [specs, specs + count), allowing
+// Parses call.argv against the option list [known, known + count), allowing
 // at most `max_positionals` positional words.  EXIT_OK, or EXIT_USAGE after
 // reporting the mistake (an unknown option, a missing or unexpected value,
 // an option given twice, a word too many).
-int parse_arguments(const invocation& call, const option_spec* specs, int count, unsigned max_positionals,
+int parse_arguments(const invocation& call, const option_info* known, int count, unsigned max_positionals,
                     parsed_arguments& args);
 
 // Option values read independently of the locale; each returns false when

@@ -263,7 +263,7 @@ int run_checks(const mesh& m, double tolerance, progress& shown, check_report& r
 }
 
 enum { TOLERANCE, JSON };
-const option_spec options[] = {{"--tolerance", 't', "tolerance"}, {"--json", '\0', nullptr}};
+const option_info options[] = {{"--tolerance", 't', "tolerance"}, {"--json", '\0', nullptr}};
 
 int check_main(const invocation& call) {
   parsed_arguments args;

@@ -25,7 +25,7 @@ namespace plexa_cli {
 namespace {
 
 enum { OUTPUT, SCALE, TRANSLATE, ROTATE, DIGITS, QUALITY };
-const option_spec options[] = {{"--output", 'o', "file"},         {"--scale", '\0', "value", true},
+const option_info options[] = {{"--output", 'o', "file"},         {"--scale", '\0', "value", true},
                                {"--translate", '\0', "value", true}, {"--rotate", '\0', "value", true},
                                {"--digits", '\0', "count"},       {"--quality", '\0', nullptr}};
 
@@ -96,9 +96,9 @@ int convert_main(const invocation& call) {
   if (const int status = parse_arguments(call, options, 6, 2, args)) return status;
   transform_list transforms;
   for (const option_use& use : args.options)
-    if (use.spec == SCALE || use.spec == TRANSLATE || use.spec == ROTATE)
-      if (!add_transform(options[use.spec].name, use.value, transforms))
-        return usage_error(call, "invalid value '%s' of '%s'", use.value, options[use.spec].name);
+    if (use.option == SCALE || use.option == TRANSLATE || use.option == ROTATE)
+      if (!add_transform(options[use.option].name, use.value, transforms))
+        return usage_error(call, "invalid value '%s' of '%s'", use.value, options[use.option].name);
   zeb::plexa::write_options digits = lossless;
   if (const char* text = args.value(DIGITS)) {
     unsigned n;

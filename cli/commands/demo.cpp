@@ -97,7 +97,7 @@ const char* describe(std::FILE* out, const mesh& m, zeb::dense1D<double, 8>& siz
 }
 
 enum { OUTPUT_DIR };
-const option_spec options[] = {{"--output-dir", 'o', "folder"}};
+const option_info options[] = {{"--output-dir", 'o', "folder"}};
 
 int demo_main(const invocation& call) {
   parsed_arguments args;

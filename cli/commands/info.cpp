@@ -28,7 +28,7 @@ const char* field_kind(unsigned rows, unsigned dim) {
 }
 
 enum { JSON };
-const option_spec options[] = {{"--json", '\0', nullptr}};
+const option_info options[] = {{"--json", '\0', nullptr}};
 
 // The range of row i of the field.
 void row_range(const field& f, unsigned i, double& lo, double& hi) {

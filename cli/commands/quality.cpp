@@ -17,7 +17,7 @@ namespace {
 constexpr unsigned default_worst = 5;
 
 enum { WORST, JSON };
-const option_spec options[] = {{"--worst", '\0', "count"}, {"--json", '\0', nullptr}};
+const option_info options[] = {{"--worst", '\0', "count"}, {"--json", '\0', nullptr}};
 
 void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const mesh_quality& q) {
   json_writer j(out);

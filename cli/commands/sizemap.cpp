@@ -205,7 +205,7 @@ void write_json(std::FILE* out, const mesh_input& in, const mesh& m, const sizem
 }
 
 enum { OUTPUT, EXPONENT, HMIN, HMAX, GRADATION, VARIATION, FREEZE, METRIC, JSON };
-const option_spec options[] = {
+const option_info options[] = {
     {"--output", 'o', "file"},   {"--exponent", '\0', "exponent"}, {"--hmin", '\0', "size"},
     {"--hmax", '\0', "size"},    {"--gradation", '\0', "bound"},   {"--variation", '\0', "bound"},
     {"--freeze-boundary", '\0', nullptr}, {"--metric", '\0', "file"}, {"--json", '\0', nullptr}};

@@ -21,7 +21,7 @@ namespace plexa_cli {
 namespace {
 
 enum { JSON };
-const option_spec options[] = {{"--json", '\0', nullptr}};
+const option_info options[] = {{"--json", '\0', nullptr}};
 
 int weld_main(const invocation& call) {
   parsed_arguments args;

@@ -3,6 +3,9 @@
 # python3-meshio and python3-vtk9) and compared with the inputs they were
 # written from (plexa_io_samples writes both).  A test reports itself
 # skipped when its reader is missing.
+# The hand-written sample files of the readers' tests.
+target_compile_definitions(plexa_io_tests PRIVATE PLEXA_TEST_DATA="${CMAKE_CURRENT_LIST_DIR}/../data")
+
 add_executable(plexa_io_samples ${CMAKE_CURRENT_LIST_DIR}/io_samples.cpp)
 target_link_libraries(plexa_io_samples PRIVATE zeb::plexa)
 plexa_target_defaults(plexa_io_samples)

@@ -30,6 +30,12 @@ bool file_exists(const std::string& path) {
   return std::filesystem::exists(path, ignored);
 }
 
+bool write_file(const std::string& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), std::streamsize(bytes.size()));
+  return bool(out.flush());
+}
+
 std::string outcome(int code, const std::string& path) {
   return code == 0 ? read_file(path) : "code " + std::to_string(code);
 }

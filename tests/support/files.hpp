@@ -23,6 +23,8 @@ class scratch_dir {
 // The bytes of a file; "" with *exists set to false when it cannot be opened.
 std::string read_file(const std::string& path, bool* exists = nullptr);
 bool file_exists(const std::string& path);
+// Replaces the file at `path` with `bytes`; false when it cannot be written.
+bool write_file(const std::string& path, const std::string& bytes);
 
 // What a writer left at `path` when it returned `code`: the file's bytes
 // after a success, "code N" after a failure.

@@ -136,6 +136,22 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
   return outcome::complete;
 }
 
+int empty_read_outputs(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+                       dense1D<int, 8>& types, dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
+                       dense1D<unsigned, 8>* element_ids) noexcept {
+  pos.clear_hard();
+  connect.clear_hard();
+  ranges.clear_hard();
+  types.clear_hard();
+  ids.clear_hard();
+  if (node_ids) node_ids->clear_hard();
+  if (element_ids) element_ids->clear_hard();
+  if (&ids == &ranges) return -6;
+  if (node_ids && (node_ids == &ranges || node_ids == &ids)) return -7;
+  if (element_ids && (element_ids == &ranges || element_ids == &ids || element_ids == node_ids)) return -8;
+  return 0;
+}
+
 }  // namespace detail
 }  // namespace plexa
 }  // namespace zeb

@@ -66,6 +66,15 @@ class mesh_assembly {
   dense1D<element, 8> elements_;
 };
 
+// The entry step of a reader that returns the mesh shape above: every
+// output emptied (its storage released), then the code of two outputs that
+// are one object, the later one's (ids -6, node_ids -7, element_ids -8, as
+// the readers number their arguments), or 0.  node_ids and element_ids may
+// be null when not asked for.
+int empty_read_outputs(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+                       dense1D<int, 8>& types, dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
+                       dense1D<unsigned, 8>* element_ids) noexcept;
+
 }  // namespace detail
 }  // namespace plexa
 }  // namespace zeb

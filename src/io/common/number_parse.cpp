@@ -143,6 +143,24 @@ bool convert_double(const number_text& number, double& value) noexcept {
   return true;
 }
 
+bool parse_integer(const char* first, const char* last, std::int64_t low, std::int64_t high,
+                   std::int64_t& value) noexcept {
+  const char* p = first;
+  const bool negative = p < last && *p == '-';
+  if (p < last && (*p == '-' || *p == '+')) ++p;
+  if (p == last) return false;
+  // Saturated far beyond the 32-bit ranges the readers ask for.
+  std::int64_t v = 0;
+  for (; p < last; ++p) {
+    if (!is_digit(*p)) return false;
+    if (v < (std::int64_t(1) << 40)) v = v * 10 + (*p - '0');
+  }
+  if (negative) v = -v;
+  if (v < low || v > high) return false;
+  value = v;
+  return true;
+}
+
 }  // namespace detail
 }  // namespace plexa
 }  // namespace zeb

@@ -20,6 +20,8 @@
 //   is refused.
 #pragma once
 
+#include <cstdint>
+
 namespace zeb {
 namespace plexa {
 namespace detail {
@@ -44,6 +46,12 @@ inline const char* parse_double(const char* text, double& value) noexcept {
   if (!scan_double(text, number) || !convert_double(number, value)) return nullptr;
   return number.last;
 }
+
+// The whole of [first, last) as a decimal integer in [low, high]: an
+// optional sign and at least one digit, nothing else; false otherwise
+// (value unchanged).
+bool parse_integer(const char* first, const char* last, std::int64_t low, std::int64_t high,
+                   std::int64_t& value) noexcept;
 
 // White space as the C locale's isspace sees it.
 constexpr bool is_c_space(char c) noexcept {

@@ -1,0 +1,83 @@
+// Lines of a stream in blocks: the refill and the lines that are not whole
+// in the buffer (the last one, long ones).
+#include "io/common/line_reader.hpp"
+
+#include <cstring>
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+bool line_reader::init() noexcept { return buffer_.resize(BLOCK + 1); }
+
+void line_reader::refill() noexcept {
+  char* const base = buffer_.data();
+  const unsigned left = tail_ - head_;
+  std::memmove(base, base + head_, left);
+  head_ = 0;
+  tail_ = left;
+  while (tail_ < BLOCK && !end_) {
+    const std::size_t got = std::fread(base + tail_, 1, BLOCK - tail_, f_);
+    tail_ += unsigned(got);
+    if (got == 0) {
+      end_ = true;
+      error_ = std::ferror(f_) != 0;
+    }
+  }
+}
+
+bool line_reader::next_slow(char*& first, char*& last) noexcept {
+  if (tail_ - head_ < LINE_LIMIT && !end_) refill();
+  if (head_ == tail_) return false;
+  char* const base = buffer_.data();
+  char* const from = base + head_;
+  const unsigned available = tail_ - head_;
+  const unsigned look = available < LINE_LIMIT ? available : LINE_LIMIT;
+  if (void* newline = std::memchr(from, '\n', look)) {
+    char* const end = static_cast<char*>(newline);
+    head_ += unsigned(end - from) + 1;
+    return cut(from, end, first, last);
+  }
+  if (available <= LINE_LIMIT && end_) {
+    // The last line, without a '\n': the buffer has room for the NUL.
+    head_ = tail_;
+    return cut(from, from + available, first, last);
+  }
+  // Longer than LINE_LIMIT: the first LINE_LIMIT characters are given; the rest
+  // of the line is skipped up to its '\n'.  The characters given lie before
+  // the part of the buffer that the skipping reads into.
+  char* const end = from + LINE_LIMIT;
+  head_ += LINE_LIMIT;
+  bool done = false;
+  while (!done) {
+    if (head_ == tail_) {
+      if (end_) break;
+      // Read past what was given: keep [from, end) where it is.
+      const unsigned keep = unsigned(end - base) + 1;
+      head_ = tail_ = keep;
+      while (tail_ < BLOCK && !end_) {
+        const std::size_t got = std::fread(base + tail_, 1, BLOCK - tail_, f_);
+        tail_ += unsigned(got);
+        if (got == 0) {
+          end_ = true;
+          error_ = std::ferror(f_) != 0;
+        }
+      }
+      continue;
+    }
+    char* const at = base + head_;
+    if (void* newline = std::memchr(at, '\n', tail_ - head_)) {
+      head_ += unsigned(static_cast<char*>(newline) - at) + 1;
+      done = true;
+    } else {
+      head_ = tail_;
+    }
+  }
+  cut(from, end, first, last);
+  truncated_ = true;
+  return true;
+}
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

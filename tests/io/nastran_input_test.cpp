@@ -70,61 +70,6 @@ element_type member(element_type mixed, const std::vector<unsigned>& column) {
   return solids[column.size() - 4];
 }
 
-struct deck {
-  dense2D<double> pos;
-  dense2D<unsigned> connect;
-  dense1D<unsigned, 8> ranges, pids;
-  dense1D<int, 8> types;
-};
-
-// A deck of random conforming meshes of linear elements (mixed blocks
-// included) and, when `quadratic`, a block of every quadratic type (27
-// rows; the writer reads mixed solids only from 8 rows, so they are left
-// out then), with random property numbers.
-deck random_deck(std::mt19937_64& g, unsigned dim, bool quadratic) {
-  std::vector<random_mesh> parts;
-  std::vector<cell_cut> cuts = {cell_cut::triangles, cell_cut::quadrangles, cell_cut::mixed_faces};
-  if (dim == 3) {
-    cuts = {cell_cut::tetrahedra, cell_cut::pyramids, cell_cut::wedges, cell_cut::hexahedra, cell_cut::triangles};
-    if (!quadratic) cuts.push_back(cell_cut::mixed_solids);
-  }
-  for (cell_cut c : cuts) parts.push_back(random_conforming_mesh(g, c, 3, 2, dim == 3 ? 2 : 1));
-  unsigned n = 27, m = 0;
-  for (const random_mesh& p : parts) n = std::max(n, p.coords.cols()), m += p.connect.cols();
-  std::vector<element_type> higher;
-  if (quadratic)
-    higher = {ELT_EDGE2,  ELT_EDGE3,  ELT_TRIA6,   ELT_QUAD8,   ELT_QUAD9,  ELT_TETRA10,
-              ELT_PYRA13, ELT_PYRA14, ELT_WEDGE15, ELT_WEDGE18, ELT_HEXA20, ELT_HEXA27};
-  m += 2 * unsigned(higher.size());
-
-  deck d;
-  d.pos = random_coordinates(g, dim, n, -50.0, 50.0);
-  d.connect.resize(quadratic ? 27 : 8, m, NO);
-  d.pids.resize(m);
-  d.ranges.resize(1, 0u);
-  unsigned j = 0;
-  auto block = [&](element_type type) {
-    d.types.push_back(type);
-    d.ranges.push_back(j);
-  };
-  for (const random_mesh& p : parts) {
-    for (unsigned c = 0; c < p.connect.cols(); ++c, ++j)
-      for (unsigned i = 0; i < p.connect.rows(); ++i) d.connect(i, j) = p.connect(i, c);
-    block(p.type);
-  }
-  std::vector<unsigned> nodes(n);
-  for (unsigned k = 0; k < n; ++k) nodes[k] = k;
-  for (element_type t : higher) {
-    for (unsigned c = 0; c < 2; ++c, ++j) {
-      std::shuffle(nodes.begin(), nodes.end(), g);
-      for (unsigned i = 0; i < nbr_nodes(t); ++i) d.connect(i, j) = nodes[i];
-    }
-    block(t);
-  }
-  for (unsigned k = 0; k < m; ++k) d.pids[k] = unsigned(g() % 1000);
-  return d;
-}
-
 TEST(NastranInput, WriterDecksReadBackToTheSameMeshAndBytes) {
   scratch_dir dir;
   for (unsigned seed = 0; seed < 6; ++seed) {
@@ -132,8 +77,8 @@ TEST(NastranInput, WriterDecksReadBackToTheSameMeshAndBytes) {
     const std::string first = dir.file("first" + std::to_string(seed) + ".nas");
     const std::string second = dir.file("second" + std::to_string(seed) + ".nas");
     auto g = rng(seed);
-    const deck d = random_deck(g, seed % 3 == 0 ? 2 : 3, seed % 2 == 0);
-    ASSERT_EQ(NASTRAN_output(first.c_str(), d.pos, d.connect, d.ranges, d.types, d.pids), 0);
+    const ranged_blocks d = random_ranged_blocks(g, seed % 3 == 0 ? 2 : 3, seed % 2 == 0);
+    ASSERT_EQ(NASTRAN_output(first.c_str(), d.pos, d.connect, d.ranges, d.types, d.ids), 0);
     read_mesh r;
     if (seed == 1) {
       decimal_comma_locale comma;
@@ -167,7 +112,7 @@ TEST(NastranInput, WriterDecksReadBackToTheSameMeshAndBytes) {
         EXPECT_EQ(r.type_of(j), held) << j;
         EXPECT_EQ(r.column(j), column) << j;
         EXPECT_EQ(r.element_ids[j], j + 1);
-        EXPECT_EQ(r.ids[j], d.pids[j]);
+        EXPECT_EQ(r.ids[j], d.ids[j]);
       }
     // A new block only where the type changes.
     for (unsigned b = 1; b < r.types.size(); ++b) EXPECT_NE(r.types[b], r.types[b - 1]);
@@ -376,9 +321,9 @@ TEST(NastranInput, TruncatedAndCorruptedDecksGiveACode) {
   scratch_dir dir;
   const std::string sample = read_file(data("nastran_fields.bdf")) + read_file(data("nastran_systems.bdf"));
   auto g = rng(7);
-  const deck d = random_deck(g, 3, true);
+  const ranged_blocks d = random_ranged_blocks(g, 3, true);
   const std::string written = dir.file("written.nas");
-  ASSERT_EQ(NASTRAN_output(written.c_str(), d.pos, d.connect, d.ranges, d.types, d.pids), 0);
+  ASSERT_EQ(NASTRAN_output(written.c_str(), d.pos, d.connect, d.ranges, d.types, d.ids), 0);
   const std::string small = read_file(written).substr(0, 6000);
   auto check = [&](const std::string& text) {
     read_mesh r;

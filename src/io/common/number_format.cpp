@@ -21,6 +21,7 @@
 
 #include <bit>
 #include <cassert>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
 
@@ -390,6 +391,18 @@ char* format_fixed(double value, char* out) noexcept {
   *out = '.';
   write_digits(decimals, 6, out + 7);
   return out + 7;
+}
+
+char* format_shortest(double value, char* out) noexcept {
+  char* const end = std::to_chars(out, out + SHORTEST_TEXT_MAX, value).ptr;
+  for (char* p = out; p < end; ++p)
+    if (*p != '-' && (*p < '0' || *p > '9')) return end;
+  *end = '.';
+  return end + 1;
+}
+
+char* format_unsigned(unsigned value, char* out) noexcept {
+  return std::to_chars(out, out + UNSIGNED_TEXT_MAX, value).ptr;
 }
 
 char* format_int(int value, char* out) noexcept { return format_int(value, 0, out); }

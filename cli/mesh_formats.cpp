@@ -20,16 +20,55 @@ int write_vtk(const char* path, const mesh& m) {
   return zeb::plexa::vtk_output(path, m.coords, m.first_block(), m.last_block(), m.types);
 }
 
-// The blocks in one connectivity; an element's property number is the
-// position of its block + 1.
+// The blocks in one connectivity, each element's property number the
+// position of its block + 1: what the block-form writers take.  False when
+// memory runs out.
+bool joined_with_ids(const mesh& m, zeb::dense2D<unsigned>& connect, zeb::dense1D<unsigned, 8>& ranges,
+                     zeb::dense1D<unsigned, 8>& ids) {
+  if (!m.joined(connect, ranges) || !ids.resize(connect.cols())) return false;
+  for (unsigned k = 0; k < m.block_count(); ++k)
+    for (unsigned j = ranges[k]; j < ranges[k + 1]; ++j) ids[j] = k + 1;
+  return true;
+}
+
 int write_nastran(const char* path, const mesh& m) {
   zeb::dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges, pids;
-  if (!m.joined(connect, ranges) || !pids.resize(connect.cols())) return OUT_OF_MEMORY;
-  for (unsigned k = 0; k < m.block_count(); ++k)
-    for (unsigned j = ranges[k]; j < ranges[k + 1]; ++j) pids[j] = k + 1;
+  if (!joined_with_ids(m, connect, ranges, pids)) return OUT_OF_MEMORY;
   return zeb::plexa::NASTRAN_output(path, m.coords, connect, ranges, m.types, pids);
 }
+
+int write_femap(const char* path, const mesh& m) {
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  if (!joined_with_ids(m, connect, ranges, ids)) return OUT_OF_MEMORY;
+  return zeb::plexa::FEMAP_output(path, m.coords, connect, ranges, m.types, ids);
+}
+
+// A reader of the block form (nodes, one connectivity, its column ranges
+// and their types, one id per element, which the tool does not keep): each
+// block becomes a view of the connectivity through its type's rows.
+using ranged_reader = int (*)(const char*, zeb::dense2D<double>&, zeb::dense2D<unsigned>&,
+                              zeb::dense1D<unsigned, 8>&, zeb::dense1D<int, 8>&, zeb::dense1D<unsigned, 8>&);
+
+int read_ranged(ranged_reader reader, const char* path, mesh& m) {
+  zeb::dense2D<double> pos;
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  zeb::dense1D<int, 8> types;
+  if (const int code = reader(path, pos, connect, ranges, types, ids)) return code;
+  m = mesh();
+  m.coords = pos;
+  for (unsigned k = 0; k < types.size(); ++k) {
+    const auto type = zeb::plexa::element_type(types[k]);
+    if (!m.add_block(connect.sub_matrix(0, ranges[k], zeb::plexa::nbr_nodes(type), ranges[k + 1] - ranges[k]), type))
+      return OUT_OF_MEMORY;
+  }
+  return 0;
+}
+
+int read_nastran(const char* path, mesh& m) { return read_ranged(zeb::plexa::NASTRAN_input, path, m); }
+int read_femap(const char* path, mesh& m) { return read_ranged(zeb::plexa::FEMAP_input, path, m); }
 
 // The EnSight writer leaves mixed blocks out: they are split by kind first.
 int write_ensight(const char* path, const mesh& m) {
@@ -39,13 +78,16 @@ int write_ensight(const char* path, const mesh& m) {
 }
 
 constexpr const char* nastran_signature = "NASTRAN_output(path, pos, connect, ranges, types, pids)";
+constexpr const char* nastran_read_signature = "NASTRAN_input(path, pos, connect, ranges, types, pids)";
 
 constexpr mesh_format formats[] = {
     {".mesh", "MEDIT", nullptr, write_medit, nullptr, "medit_output(path, pos, first, last, types)"},
     {".vtk", "VTK", nullptr, write_vtk, nullptr, "vtk_output(path, pos, first, last, types)"},
-    {".nas", "NASTRAN", nullptr, write_nastran, nullptr, nastran_signature},
-    {".bdf", "NASTRAN", nullptr, write_nastran, nullptr, nastran_signature},
+    {".nas", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
+    {".bdf", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
     {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
+    {".neu", "FEMAP", read_femap, write_femap, "FEMAP_input(path, pos, connect, ranges, types, ids)",
+     "FEMAP_output(path, pos, connect, ranges, types, ids)"},
 };
 
 std::string extensions(bool readable) {

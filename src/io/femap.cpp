@@ -277,12 +277,13 @@ class neutral_reader {
       field f[14];
       std::int64_t id, system;
       double x[3];
-      if (split_record(s_, e_, f, 14) < 1 || !integer(f[0], -1, ID_MAX, id) || id == 0) return -3;
+      const unsigned count = split_record(s_, e_, f, 14);
+      if (count < 1 || !integer(f[0], -1, ID_MAX, id) || id == 0) return -3;
       if (id == -1) {
         ended = true;
         continue;
       }
-      if (split_record(s_, e_, f, 14) < 14 || !integer(f[1], INT32_MIN, INT32_MAX, system)) return -3;
+      if (count < 14 || !integer(f[1], INT32_MIN, INT32_MAX, system)) return -3;
       if (system != 0) return -4;
       for (unsigned k = 0; k < 3; ++k)
         if (!real(f[11 + k], x[k])) return -3;
@@ -299,12 +300,13 @@ class neutral_reader {
       if (ended) continue;
       field f[SLOTS / 2];
       std::int64_t id, property, topology;
-      if (split_record(s_, e_, f, 5) < 1 || !integer(f[0], -1, ID_MAX, id) || id == 0) return -3;
+      const unsigned count = split_record(s_, e_, f, 5);
+      if (count < 1 || !integer(f[0], -1, ID_MAX, id) || id == 0) return -3;
       if (id == -1) {
         ended = true;
         continue;
       }
-      if (split_record(s_, e_, f, 5) < 5 || !integer(f[2], 0, ID_MAX, property) ||
+      if (count < 5 || !integer(f[2], 0, ID_MAX, property) ||
           !integer(f[4], INT32_MIN, INT32_MAX, topology))
         return -3;
       unsigned slot[SLOTS];

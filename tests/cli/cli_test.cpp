@@ -63,7 +63,7 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto demo = [](const std::string& m) { return "plexa demo: " + m + " (see 'plexa help demo')\n"; };
   auto convert = [](const std::string& m) { return "plexa convert: " + m + " (see 'plexa help convert')\n"; };
   auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
-  const std::string known = ".mesh, .vtk, .nas, .bdf, .geo";
+  const std::string known = ".mesh, .vtk, .nas, .bdf, .geo, .neu";
   const struct {
     std::vector<const char*> args;
     std::string err;
@@ -85,10 +85,10 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       {{"convert", "-o", "x.VTK"}, convert("unknown output format of 'x.VTK' (known: " + known + ")")},
       {{"convert", "-o", ".mesh"}, convert("unknown output format of '.mesh' (known: " + known + ")")},
       {{"convert", "in.mesh", "-o", path.c_str()},
-       convert("cannot read 'in.mesh': the only input for now is the built-in mesh")},
+       convert("unknown input format of 'in.mesh' (known: .nas, .bdf, .neu)")},
       {{"convert", "builtin", "builtin", "-o", path.c_str()}, convert("unexpected argument 'builtin'")},
       {{"convert", "--bogus"}, convert("unknown option '--bogus'")},
-      {{"quality", "in.mesh"}, quality("cannot read 'in.mesh': the only input for now is the built-in mesh")},
+      {{"quality", "in.mesh"}, quality("unknown input format of 'in.mesh' (known: .nas, .bdf, .neu)")},
       {{"quality", "builtin", "x"}, quality("unexpected argument 'x'")},
       {{"quality", "--worst"}, quality("missing count after '--worst'")},
       {{"quality", "--worst", "-1"}, quality("invalid count '-1' of '--worst'")},

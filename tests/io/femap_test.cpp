@@ -26,21 +26,13 @@ int read(const std::string& path, read_mesh& r) {
   return FEMAP_input(path.c_str(), r.pos, r.connect, r.ranges, r.types, r.ids, r.node_ids, r.element_ids);
 }
 
-int read_text(const scratch_dir& dir, const std::string& text, read_mesh& r) {
-  if (text.empty()) {
-    const std::string path = dir.file("empty.neu");
-    EXPECT_TRUE(write_file(path, text));
-    return read(path, r);
-  }
-  std::FILE* f = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
-  const int code = FEMAP_input(f, r.pos, r.connect, r.ranges, r.types, r.ids, r.node_ids, r.element_ids);
-  std::fclose(f);
-  return code;
+int read_text(const std::string& text, read_mesh& r) {
+  return plexa_test::read_text(static_cast<stream_reader>(FEMAP_input), text, r);
 }
 
-int code_of(const scratch_dir& dir, const std::string& text) {
+int code_of(const std::string& text) {
   read_mesh r;
-  const int code = read_text(dir, text, r);
+  const int code = read_text(text, r);
   EXPECT_TRUE(code == 0 || r.empty()) << code;
   return code;
 }
@@ -121,12 +113,6 @@ element_type as_written(element_type type) {
   }
 }
 
-element_type member(element_type mixed, const std::vector<unsigned>& column) {
-  if (mixed == ELT_FACE_MIX) return column.size() == 3 ? ELT_TRIA3 : ELT_QUAD4;
-  const element_type solids[] = {ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_NONE, ELT_HEXA8};
-  return solids[column.size() - 4];
-}
-
 TEST(FemapInput, WrittenFilesReadBackToTheSameMeshAndBytes) {
   scratch_dir dir;
   for (unsigned seed = 0; seed < 6; ++seed) {
@@ -143,28 +129,7 @@ TEST(FemapInput, WrittenFilesReadBackToTheSameMeshAndBytes) {
     } else {
       ASSERT_EQ(read(first, r), 0);
     }
-    // The coordinates to the bit, planar ones with z = 0.
-    const unsigned n = d.pos.cols(), m = d.connect.cols();
-    ASSERT_EQ(r.pos.rows(), 3u);
-    ASSERT_EQ(r.pos.cols(), n);
-    for (unsigned p = 0; p < n; ++p) {
-      EXPECT_EQ(r.node_ids[p], p + 1);
-      for (unsigned k = 0; k < 3; ++k) EXPECT_EQ(r.pos(k, p), k < d.pos.rows() ? d.pos(k, p) : 0.0);
-    }
-    ASSERT_EQ(r.connect.cols(), m);
-    for (unsigned b = 0; b < d.types.size(); ++b)
-      for (unsigned j = d.ranges[b]; j < d.ranges[b + 1]; ++j) {
-        std::vector<unsigned> column;
-        for (unsigned i = 0; i < d.connect.rows() && d.connect(i, j) != NO; ++i) column.push_back(d.connect(i, j));
-        element_type type = element_type(d.types[b]);
-        if (type == ELT_FACE_MIX || type == ELT_SOLID_MIX) type = member(type, column);
-        const element_type held = as_written(type);
-        column.resize(nbr_nodes(held));
-        EXPECT_EQ(r.type_of(j), held) << j;
-        EXPECT_EQ(r.column(j), column) << j;
-        EXPECT_EQ(r.element_ids[j], j + 1);
-        EXPECT_EQ(r.ids[j], d.ids[j]);
-      }
+    expect_read_back(d, r, as_written, 0.0);  // the coordinates to the bit
     ASSERT_EQ(FEMAP_output(second.c_str(), r.pos, r.connect, r.ranges, r.types, r.ids), 0);
     EXPECT_EQ(read_file(second), read_file(first));
   }
@@ -217,7 +182,6 @@ TEST(FemapOutput, ResultCodesInTheirOrder) {
 }
 
 TEST(FemapInput, ResultCodesInTheirOrder) {
-  scratch_dir dir;
   read_mesh a;
   EXPECT_EQ(FEMAP_input(static_cast<const char*>(nullptr), a.pos, a.connect, a.ranges, a.types, a.ids), -1);
   EXPECT_EQ(FEMAP_input(static_cast<std::FILE*>(nullptr), a.pos, a.connect, a.ranges, a.types, a.ids), -1);
@@ -231,46 +195,46 @@ TEST(FemapInput, ResultCodesInTheirOrder) {
   const std::string nodes = "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,0.,\n2,0,0,1,46,0,0,0,0,0,0,1.,0.,0.,\n";
   const std::string bar = element("1,124,1,2,0,1,0,0,", {1, 2});
   const std::string file = header + nodes + "   -1\n   -1\n   404\n" + bar + "   -1\n";
-  EXPECT_EQ(code_of(dir, file), 0);
+  EXPECT_EQ(code_of(file), 0);
   // Not a neutral file.
-  EXPECT_EQ(code_of(dir, ""), -2);
-  EXPECT_EQ(code_of(dir, "\n  \n"), -2);
-  EXPECT_EQ(code_of(dir, "100\n"), -2);
-  EXPECT_EQ(code_of(dir, nodes + "   -1\n" + header), -2);
-  EXPECT_EQ(code_of(dir, "   -1\n"), -2);
+  EXPECT_EQ(code_of(""), -2);
+  EXPECT_EQ(code_of("\n  \n"), -2);
+  EXPECT_EQ(code_of("100\n"), -2);
+  EXPECT_EQ(code_of(nodes + "   -1\n" + header), -2);
+  EXPECT_EQ(code_of("   -1\n"), -2);
   // Malformed or truncated.
-  EXPECT_EQ(code_of(dir, "   -1\n   100\ntitle\n"), -3);
-  EXPECT_EQ(code_of(dir, "   -1\n   100\ntitle\nfour,\n   -1\n"), -3);
-  EXPECT_EQ(code_of(dir, header + "   -1\n   999\n"), -3);                        // a block not closed
-  EXPECT_EQ(code_of(dir, header + "stray line\n"), -3);
-  EXPECT_EQ(code_of(dir, header + "   -1\nx\n"), -3);                               // no block number
-  EXPECT_EQ(code_of(dir, header + "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,\n   -1\n"), -3);  // 13 fields
-  EXPECT_EQ(code_of(dir, header + "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,z,\n   -1\n"), -3);
-  EXPECT_EQ(code_of(dir, header + "   -1\n   403\n0,0,0,1,46,0,0,0,0,0,0,0.,0.,0.,\n   -1\n"), -3);
-  EXPECT_EQ(code_of(dir, header + "   -1\n   403\n\n   -1\n"), -3);
-  EXPECT_EQ(code_of(dir, header + nodes + "   -1\n   -1\n   404\n" + bar.substr(0, bar.size() - 40) + "   -1\n"), -3);
-  EXPECT_EQ(code_of(dir, header + nodes + "   -1\n   -1\n   404\n" + element("1,124,-1,2,0,1,0,0,", {1, 2}) +
+  EXPECT_EQ(code_of("   -1\n   100\ntitle\n"), -3);
+  EXPECT_EQ(code_of("   -1\n   100\ntitle\nfour,\n   -1\n"), -3);
+  EXPECT_EQ(code_of(header + "   -1\n   999\n"), -3);                        // a block not closed
+  EXPECT_EQ(code_of(header + "stray line\n"), -3);
+  EXPECT_EQ(code_of(header + "   -1\nx\n"), -3);                               // no block number
+  EXPECT_EQ(code_of(header + "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,\n   -1\n"), -3);  // 13 fields
+  EXPECT_EQ(code_of(header + "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,z,\n   -1\n"), -3);
+  EXPECT_EQ(code_of(header + "   -1\n   403\n0,0,0,1,46,0,0,0,0,0,0,0.,0.,0.,\n   -1\n"), -3);
+  EXPECT_EQ(code_of(header + "   -1\n   403\n\n   -1\n"), -3);
+  EXPECT_EQ(code_of(header + nodes + "   -1\n   -1\n   404\n" + bar.substr(0, bar.size() - 40) + "   -1\n"), -3);
+  EXPECT_EQ(code_of(header + nodes + "   -1\n   -1\n   404\n" + element("1,124,-1,2,0,1,0,0,", {1, 2}) +
                              "   -1\n"),
             -3);  // a negative property
-  EXPECT_EQ(code_of(dir, header + nodes + "   -1\n   -1\n   404\n" + element("1,124,1,2,0,1,0,0,", {1}) + "   -1\n"),
+  EXPECT_EQ(code_of(header + nodes + "   -1\n   -1\n   404\n" + element("1,124,1,2,0,1,0,0,", {1}) + "   -1\n"),
             -3);  // an empty slot of the topology
-  EXPECT_EQ(code_of(dir, header + "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,0." + std::string(5000, ' ') +
+  EXPECT_EQ(code_of(header + "   -1\n   403\n1,0,0,1,46,0,0,0,0,0,0,0.,0.,0." + std::string(5000, ' ') +
                              ",\n   -1\n"),
             -3);  // a record too long to read
   // Not read by this reader.
-  EXPECT_EQ(code_of(dir, "   -1\n   100\n<NULL>\n11.2,\n   -1\n"), -4);
-  EXPECT_EQ(code_of(dir, header + "   -1\n   403\n1,1,0,1,46,0,0,0,0,0,0,0.,0.,0.,\n   -1\n"), -4);
-  EXPECT_EQ(code_of(dir, header + nodes + "   -1\n   -1\n   404\n" + element("1,124,1,29,13,1,0,0,", {1, 2}) +
+  EXPECT_EQ(code_of("   -1\n   100\n<NULL>\n11.2,\n   -1\n"), -4);
+  EXPECT_EQ(code_of(header + "   -1\n   403\n1,1,0,1,46,0,0,0,0,0,0,0.,0.,0.,\n   -1\n"), -4);
+  EXPECT_EQ(code_of(header + nodes + "   -1\n   -1\n   404\n" + element("1,124,1,29,13,1,0,0,", {1, 2}) +
                              "   -1\n"),
             -4);  // a rigid element
-  EXPECT_EQ(code_of(dir, header + nodes + "   -1\n   -1\n   404\n" + element("1,124,1,2,0,1,0,0,", {1, 2, 1}) +
+  EXPECT_EQ(code_of(header + nodes + "   -1\n   -1\n   404\n" + element("1,124,1,2,0,1,0,0,", {1, 2, 1}) +
                              "   -1\n"),
             -4);  // a node in a slot line2 does not use
   // IDs that do not resolve.
-  EXPECT_EQ(code_of(dir, header + nodes + "   -1\n" + nodes + "   -1\n"), -5);
-  EXPECT_EQ(code_of(dir, header + "   -1\n   404\n" + bar + "   -1\n"), -5);
+  EXPECT_EQ(code_of(header + nodes + "   -1\n" + nodes + "   -1\n"), -5);
+  EXPECT_EQ(code_of(header + "   -1\n   404\n" + bar + "   -1\n"), -5);
   // The first bad record decides.
-  EXPECT_EQ(code_of(dir, "   -1\n   100\n<NULL>\n5.0,\n   -1\n   403\nx\n"), -4);
+  EXPECT_EQ(code_of("   -1\n   100\n<NULL>\n5.0,\n   -1\n   403\nx\n"), -4);
 }
 
 TEST(FemapInput, TruncatedAndCorruptedFilesGiveACode) {
@@ -282,7 +246,7 @@ TEST(FemapInput, TruncatedAndCorruptedFilesGiveACode) {
   const std::string written = read_file(path), sample = read_file(data("femap_sample.neu"));
   auto check = [&](const std::string& text) {
     read_mesh r;
-    const int code = read_text(dir, text, r);
+    const int code = read_text(text, r);
     ASSERT_TRUE(code == 0 || code == -2 || code == -3 || code == -4 || code == -5) << code;
     if (code != 0) return;
     for (unsigned j = 0; j < r.connect.cols(); ++j)

@@ -1,14 +1,21 @@
-# Interoperability of the writers: files written by the library are read
-# back by independent readers run with the system Python (Debian's
-# python3-meshio and python3-vtk9) and compared with the inputs they were
-# written from (plexa_io_samples writes both).  A test reports itself
-# skipped when its reader is missing.
-# The hand-written sample files of the readers' tests.
-target_compile_definitions(plexa_io_tests PRIVATE PLEXA_TEST_DATA="${CMAKE_CURRENT_LIST_DIR}/../data")
-
+# Interoperability, run with the system Python: files written by the
+# library are read back by independent readers (Debian's python3-meshio and
+# python3-vtk9) and compared with the inputs they were written from
+# (plexa_io_samples writes both); files written by other tools (meshio,
+# Debian's python3-gmsh) are read by the library and compared with what the
+# tools hold.  A test reports itself skipped when its tool is missing.
 add_executable(plexa_io_samples ${CMAKE_CURRENT_LIST_DIR}/io_samples.cpp)
 target_link_libraries(plexa_io_samples PRIVATE zeb::plexa)
 plexa_target_defaults(plexa_io_samples)
+
+# The readers' side: decks written by other tools (meshio, gmsh) are read
+# by plexa_io_read, which prints what the library returned.
+add_executable(plexa_io_read ${CMAKE_CURRENT_LIST_DIR}/io_read.cpp)
+target_link_libraries(plexa_io_read PRIVATE zeb::plexa)
+plexa_target_defaults(plexa_io_read)
+
+# The hand-written sample files of the readers' unit tests.
+target_compile_definitions(plexa_io_tests PRIVATE PLEXA_TEST_DATA="${CMAKE_CURRENT_LIST_DIR}/../data")
 
 if(EXISTS /usr/bin/python3)
   add_test(NAME io.medit_read_by_meshio
@@ -19,8 +26,14 @@ if(EXISTS /usr/bin/python3)
              COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/writers_check.py ${check}
                      $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/${check})
   endforeach()
+  foreach(check nastran_from_meshio nastran_from_gmsh)
+    add_test(NAME io.${check}
+             COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/readers_check.py ${check}
+                     $<TARGET_FILE:plexa_io_read> ${CMAKE_CURRENT_BINARY_DIR}/${check})
+  endforeach()
   set_tests_properties(io.medit_read_by_meshio io.vtk_read_by_vtk io.vtk_read_by_meshio io.nastran_read_by_meshio
-                       io.ensight_read_by_vtk PROPERTIES SKIP_RETURN_CODE 77)
+                       io.ensight_read_by_vtk io.nastran_from_meshio io.nastran_from_gmsh
+                       PROPERTIES SKIP_RETURN_CODE 77)
 else()
   message(STATUS "the io interoperability tests are not registered: /usr/bin/python3 is missing")
 endif()

@@ -1,10 +1,16 @@
-// The outputs of the mesh readers (NASTRAN, FEMAP) in one place, and what
-// their tests look at: the element type and the used rows of a column.
+// The outputs of the mesh readers (NASTRAN, FEMAP) in one place, reading a
+// text through them, and the check that a file written from blocks reads
+// back as those blocks.
 #pragma once
 
+#include <cstdio>
+#include <string>
 #include <vector>
 
 #include <zeb/dense.hpp>
+#include <zeb/plexa/core.hpp>
+
+#include "support/meshes.hpp"
 
 namespace plexa_test {
 
@@ -31,5 +37,21 @@ struct read_mesh {
     return c;
   }
 };
+
+// The stream form of a reader with every output.
+using stream_reader = int (*)(std::FILE*, zeb::dense2D<double>&, zeb::dense2D<unsigned>&, zeb::dense1D<unsigned, 8>&,
+                              zeb::dense1D<int, 8>&, zeb::dense1D<unsigned, 8>&, zeb::dense1D<unsigned, 8>&,
+                              zeb::dense1D<unsigned, 8>&);
+
+// Reads `text` through `reader` (a stream over it); the outputs are left in r.
+int read_text(stream_reader reader, const std::string& text, read_mesh& r);
+
+// Checks that r holds what a block writer wrote from d: the nodes in order
+// (IDs 1, 2, ...) to `tolerance` (relative; 0: to the bit), planar ones
+// with z = 0; the elements in order (IDs 1, 2, ...), mixed columns as their
+// members, each as the type `held` says the file keeps it (its first rows),
+// with its id; a new block only where the type changes.
+void expect_read_back(const ranged_blocks& d, const read_mesh& r, zeb::plexa::element_type (*held)(zeb::plexa::element_type),
+                      double tolerance);
 
 }  // namespace plexa_test

@@ -10,12 +10,9 @@ namespace detail {
 
 bool line_reader::init() noexcept { return buffer_.resize(BLOCK + 1); }
 
-void line_reader::refill() noexcept {
+void line_reader::read_from(unsigned at) noexcept {
   char* const base = buffer_.data();
-  const unsigned left = tail_ - head_;
-  std::memmove(base, base + head_, left);
-  head_ = 0;
-  tail_ = left;
+  tail_ = at;
   while (tail_ < BLOCK && !end_) {
     const std::size_t got = std::fread(base + tail_, 1, BLOCK - tail_, f_);
     tail_ += unsigned(got);
@@ -24,6 +21,14 @@ void line_reader::refill() noexcept {
       error_ = std::ferror(f_) != 0;
     }
   }
+}
+
+void line_reader::refill() noexcept {
+  char* const base = buffer_.data();
+  const unsigned left = tail_ - head_;
+  std::memmove(base, base + head_, left);
+  head_ = 0;
+  read_from(left);
 }
 
 bool line_reader::next_slow(char*& first, char*& last) noexcept {
@@ -43,35 +48,29 @@ bool line_reader::next_slow(char*& first, char*& last) noexcept {
     head_ = tail_;
     return cut(from, from + available, first, last);
   }
-  // Longer than LINE_LIMIT: the first LINE_LIMIT characters are given; the rest
-  // of the line is skipped up to its '\n'.  The characters given lie before
-  // the part of the buffer that the skipping reads into.
+  // Longer than LINE_LIMIT: the first LINE_LIMIT characters are given; the
+  // rest of the line is skipped up to its '\n', read into the buffer past
+  // them (and past the NUL put after them), from the front of the buffer so
+  // that the reads are large.
+  if (head_ != 0) {
+    refill();
+    return next_slow(first, last);
+  }
   char* const end = from + LINE_LIMIT;
+  const unsigned keep = unsigned(end - base) + 1;
   head_ += LINE_LIMIT;
-  bool done = false;
-  while (!done) {
-    if (head_ == tail_) {
-      if (end_) break;
-      // Read past what was given: keep [from, end) where it is.
-      const unsigned keep = unsigned(end - base) + 1;
-      head_ = tail_ = keep;
-      while (tail_ < BLOCK && !end_) {
-        const std::size_t got = std::fread(base + tail_, 1, BLOCK - tail_, f_);
-        tail_ += unsigned(got);
-        if (got == 0) {
-          end_ = true;
-          error_ = std::ferror(f_) != 0;
-        }
-      }
-      continue;
-    }
+  for (;;) {
     char* const at = base + head_;
     if (void* newline = std::memchr(at, '\n', tail_ - head_)) {
       head_ += unsigned(static_cast<char*>(newline) - at) + 1;
-      done = true;
-    } else {
-      head_ = tail_;
+      break;
     }
+    if (end_) {
+      head_ = tail_;
+      break;
+    }
+    head_ = keep;
+    read_from(keep);
   }
   cut(from, end, first, last);
   truncated_ = true;

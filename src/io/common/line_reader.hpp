@@ -74,6 +74,9 @@ class line_reader {
   // Moves what is left to the front and reads until the buffer is full or
   // the stream ends.
   void refill() noexcept;
+  // Reads into the buffer from position `at` until it is full or the
+  // stream ends.
+  void read_from(unsigned at) noexcept;
 
   std::FILE* f_;
   dense1D<char, 8> buffer_;  // BLOCK + 1 characters: room for a last NUL

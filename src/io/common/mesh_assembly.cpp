@@ -74,20 +74,11 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
                                              dense1D<unsigned, 8>& ranges, dense1D<int, 8>& types,
                                              dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
                                              dense1D<unsigned, 8>* element_ids) const noexcept {
-  auto empty_all = [&] {
-    pos.clear_hard();
-    connect.clear_hard();
-    ranges.clear_hard();
-    types.clear_hard();
-    ids.clear_hard();
-    if (node_ids) node_ids->clear_hard();
-    if (element_ids) element_ids->clear_hard();
-  };
   auto fail = [&](outcome o) {
-    empty_all();
+    empty_read_outputs(pos, connect, ranges, types, ids, node_ids, element_ids);
     return o;
   };
-  empty_all();
+  empty_read_outputs(pos, connect, ranges, types, ids, node_ids, element_ids);
 
   // Nodes in ascending id order; equal neighbours are a repeated id.
   const unsigned n = node_ids_.size(), m = elements_.size();

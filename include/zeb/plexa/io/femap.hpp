@@ -140,25 +140,27 @@ PLEXA_API int FEMAP_output(const char* path, const dense2D<double>& pos, const d
 //   -6  ids is the same object as ranges;
 //   -7  node_ids is the same object as ranges or ids;
 //   -8  element_ids is the same object as ranges, ids or node_ids;
-//   -1  f is null or in error, or reading it failed;
+//   -1  f is null or in error (for a path: the file cannot be opened);
+// then at the first line found so, in file order,
 //   -2  the file does not start with a header block: its first line that
 //       is not blank is not the delimiter, or the block number after it is
 //       not 100 (an empty file included);
-//   -3  a malformed or truncated file, at the first line found so: the
-//       header without its version, a record of a node or element block
-//       with fewer fields than it needs or a field that is not a number of
-//       its kind, an ID out of its range, an empty slot of the element's
-//       topology, an element cut short by the delimiter, a line of those
-//       blocks longer than 4096 characters, a line between blocks that is
-//       neither blank nor a delimiter, a block without its closing
-//       delimiter;
+//   -3  a malformed or truncated file: the header without its version, a
+//       record of a node or element block with fewer fields than it needs
+//       or a field that is not a number of its kind, an ID out of its
+//       range, an empty slot of the element's topology, an element cut
+//       short by the delimiter, a line of those blocks longer than 4096
+//       characters, a line between blocks that is neither blank nor a
+//       delimiter, a block without its closing delimiter;
 //   -4  what this reader does not read: a version other than 4.4 and
 //       4.41, a node defined in a coordinate system other than the basic
 //       one, a topology outside the table above, a node in a slot that its
 //       topology does not use;
+// then
+//   -1  reading the stream failed;
 //   -5  the IDs do not resolve: a node ID given twice, an element naming a
 //       node ID that the file does not have;
-//   -199 memory could not be had;
+//   -199 memory could not be had (at any step);
 //    0  read.
 PLEXA_API int FEMAP_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
                           dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& ids,

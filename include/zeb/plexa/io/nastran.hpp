@@ -192,21 +192,28 @@ PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const
 //   -6  pids is the same object as ranges;
 //   -7  node_ids is the same object as ranges or pids;
 //   -8  element_ids is the same object as ranges, pids or node_ids;
-//   -1  f is null or in error, or reading it failed;
-//   -2  the file holds no card: it is empty, or blank lines and comments;
-//   -3  a malformed or truncated deck, at the first card found so: a field
-//       of a card read above that is not a number of its kind, an ID out of
-//       its range, a G1 to Gk that an element needs left blank, a line of
-//       such a card longer than 4096 characters or with too many fields;
-//       then "BEGIN BULK" without "ENDDATA"; then systems whose RID chain
-//       loops, or whose A, B, C do not give axes (B on A, C on the axis);
+//   -1  f is null or in error (for a path: the file cannot be opened);
+// then at the first card found so, in file order,
+//   -3  a malformed card: a field of a card read above that is not a
+//       number of its kind, an ID out of its range, a G1 to Gk that an
+//       element needs left blank, a line of such a card longer than 4096
+//       characters or with more fields than its form;
 //   -4  what this reader does not read: an element with a node count or a
 //       blank between nodes that is none of its forms, an INCLUDE line;
-//   -5  the IDs do not resolve: a CID or a GRID ID given twice, a RID or a
-//       CP naming no system CORD2R, CORD2C or CORD2S of the file (CORD1R
-//       and the like are not read), an element naming a GRID ID that the
-//       file does not have (systems first, then points, then elements);
-//   -199 memory could not be had;
+// then
+//   -1  reading the stream failed (the cards before the failure checked);
+//   -2  the file holds no card: it is empty, or blank lines and comments;
+//   -3  "BEGIN BULK" without "ENDDATA";
+//   -5  a CID given twice;
+// then system by system in CID order
+//   -5  its RID names no system CORD2R, CORD2C or CORD2S of the file;
+//   -3  its RID chain loops, or its A, B, C give no axes (B on A, C on the
+//       z axis);
+// then
+//   -5  a GRID ID given twice, an element naming a GRID ID that the file
+//       does not have, a CP naming no system (CORD1R and the like are not
+//       read);
+//   -199 memory could not be had (at any step);
 //    0  read.
 // ---------------------------------------------------------------------------
 

@@ -227,6 +227,17 @@ void BM_merge_plexa_node_list(benchmark::State& state) {
   state.counters["peak_bytes_per_point"] = double(peak) / N;
 }
 
+// The chains of a map whose representatives precede their nodes, flattened.
+void flatten(std::vector<unsigned>& map) {
+  for (unsigned i = 0; i < map.size(); ++i) map[i] = map[map[i]];
+  benchmark::DoNotOptimize(map.data());
+}
+
+void report_merge(benchmark::State& state, unsigned merged, long long peak) {
+  state.counters["merged"] = merged;
+  state.counters["peak_bytes_per_point"] = double(peak) / N;
+}
+
 // The same rule with nanoflann: build, one radius search per point keeping
 // the closest neighbour of smaller index, then the chains flattened.
 void BM_merge_nanoflann(benchmark::State& state) {
@@ -251,12 +262,10 @@ void BM_merge_nanoflann(benchmark::State& state) {
       map[i] = best;
       merged += best != i;
     }
-    for (unsigned i = 0; i < N; ++i) map[i] = map[map[i]];  // representatives precede their nodes
-    benchmark::DoNotOptimize(map.data());
+    flatten(map);
     peak = std::max(peak, meter.bytes());
   }
-  state.counters["merged"] = merged;
-  state.counters["peak_bytes_per_point"] = double(peak) / N;
+  report_merge(state, merged, peak);
 }
 
 // The same rule with a uniform-bin point locator, the classic static
@@ -325,12 +334,10 @@ void BM_merge_uniform_bins(benchmark::State& state) {
       map[i] = best;
       merged += best != i;
     }
-    for (unsigned i = 0; i < N; ++i) map[i] = map[map[i]];  // representatives precede their nodes
-    benchmark::DoNotOptimize(map.data());
+    flatten(map);
     peak = std::max(peak, meter.bytes());
   }
-  state.counters["merged"] = merged;
-  state.counters["peak_bytes_per_point"] = double(peak) / N;
+  report_merge(state, merged, peak);
 }
 
 // A detector grown one node per insert() call, as a mesh generator grows it:

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <zeb/plexa/io.hpp>
+#include <zeb/plexa/topology.hpp>
 
 namespace plexa_cli {
 
@@ -77,6 +78,65 @@ int write_ensight(const char* path, const mesh& m) {
   return zeb::plexa::ensight_output(path, simple.coords, simple.first_block(), simple.last_block(), simple.types);
 }
 
+// An STL file: its nodes (welded by the reader) and one block of triangles.
+int read_stl(const char* path, mesh& m) {
+  m = mesh();
+  zeb::dense2D<unsigned> triangles;
+  const int code = zeb::plexa::STL_input(path, m.coords, triangles);
+  if (code != 0) return code;
+  return m.add_block(triangles, zeb::plexa::ELT_TRIA3) ? 0 : OUT_OF_MEMORY;
+}
+
+// Appends the faces of `faces` (3 rows: triangles; 4 or more: a
+// quadrilateral, or a triangle when row 3 is UINT_MAX) as triangles, a
+// quadrilateral cut along its 0-2 diagonal.  False when memory runs out.
+bool add_triangles(const zeb::dense2D<unsigned>& faces, bool quadrilaterals, zeb::dense2D<unsigned>& triangles) {
+  const auto add = [&](unsigned a, unsigned b, unsigned c) {
+    const unsigned j = triangles.cols();
+    if (!triangles.resize(3, j + 1)) return false;
+    triangles(0, j) = a, triangles(1, j) = b, triangles(2, j) = c;
+    return true;
+  };
+  for (unsigned j = 0; j < faces.cols(); ++j) {
+    const bool quad = quadrilaterals && faces.rows() > 3 && faces(3, j) != 4294967295u;
+    if (!add(faces(0, j), faces(1, j), faces(2, j)) || (quad && !add(faces(0, j), faces(2, j), faces(3, j))))
+      return false;
+  }
+  return true;
+}
+
+// The faces of the mesh as binary STL triangles: the faces of the face
+// blocks and the free boundary of each solid block, triangles as they are
+// (the corners of six-node ones), quadrilaterals cut along their 0-2
+// diagonal; edges and nodes are left out.  Planar nodes get z = 0.
+int write_stl(const char* path, const mesh& m) {
+  using namespace zeb::plexa;
+  zeb::dense2D<double> xyz;
+  if (m.coords.rows() == 3) {
+    xyz = m.coords;
+  } else {
+    if (!xyz.resize(3, m.coords.cols(), 0.0)) return OUT_OF_MEMORY;
+    for (unsigned j = 0; j < m.coords.cols(); ++j)
+      for (unsigned i = 0; i < m.coords.rows() && i < 3; ++i) xyz(i, j) = m.coords(i, j);
+  }
+  zeb::dense2D<unsigned> triangles(3, 0);
+  for (unsigned k = 0; k < m.block_count(); ++k) {
+    const zeb::dense2D<unsigned>& b = m.blocks[k];
+    const element_type type = element_type(m.types[k]);
+    if (b.empty()) continue;
+    if (element_dim(type) == 2) {
+      const bool quads = type == ELT_FACE_MIX || type == ELT_QUAD4 || type == ELT_QUAD8 || type == ELT_QUAD9;
+      if (!add_triangles(b, quads, triangles)) return OUT_OF_MEMORY;
+    } else if (element_dim(type) == 3) {
+      zeb::dense2D<unsigned> neighbors, boundary;
+      if (get_neighbors(b, type, false, neighbors) != 0 || get_mesh_boundaries(b, neighbors, type, boundary) != 0 ||
+          !add_triangles(boundary, true, triangles))
+        return OUT_OF_MEMORY;
+    }
+  }
+  return STL_output(path, xyz, triangles, false);
+}
+
 constexpr const char* nastran_signature = "NASTRAN_output(path, pos, connect, ranges, types, pids)";
 constexpr const char* nastran_read_signature = "NASTRAN_input(path, pos, connect, ranges, types, pids)";
 
@@ -86,6 +146,7 @@ constexpr mesh_format formats[] = {
     {".nas", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
     {".bdf", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
     {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
+    {".stl", "STL", read_stl, write_stl, "STL_input(path, pos, connect)", "STL_output(path, pos, connect, ascii)"},
     {".neu", "FEMAP", read_femap, write_femap, "FEMAP_input(path, pos, connect, ranges, types, ids)",
      "FEMAP_output(path, pos, connect, ranges, types, ids)"},
 };

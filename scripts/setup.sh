@@ -10,6 +10,7 @@ packages=(
   liblapack-dev libgtest-dev libgmock-dev libbenchmark-dev
   libnanoflann-dev
   python3-meshio python3-vtk9  # independent readers for the interoperability tests
+  admesh python3-stl  # independent STL reader and writer for the interoperability tests
   python3-gmsh  # an independent NASTRAN writer for the reader's interoperability test
   locales  # locale sources, to test output under a decimal-comma locale
 )

@@ -3,12 +3,11 @@
 #include <cstring>
 #include <string>
 
-#include <zeb/plexa/messages.hpp>
-
 #include "command.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
 #include "mesh_input.hpp"
+#include "mesh_output.hpp"
 #include "transform_options.hpp"
 
 namespace plexa_cli {
@@ -37,24 +36,14 @@ int convert_main(const invocation& call) {
     }
   }
   if (!output) return usage_error(call, "missing --output <file>");
-  const mesh_format* format = format_of(output);
-  if (!format || !format->write)
-    return usage_error(call, "unknown output format of '%s' (known: %s)", output, writable_extensions().c_str());
+  const mesh_format* format;
+  if (const int status = find_mesh_output(call, output, format)) return status;
   mesh_input in;
   if (const int status = find_mesh_input(call, input, in)) return status;
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
   if (!apply_transforms(transforms, m.coords)) return failure(call, "out of memory");
-  const int code = format->write(output, m);
-  if (code == -1) return failure(call, "cannot write '%s'", output);
-  if (code != 0) {
-    char reason[160];
-    zeb::plexa::result_message(format->write_signature, code, reason, sizeof reason);
-    return failure(call, "cannot write '%s': %s", output, reason);
-  }
-  std::fprintf(call.out, "wrote %s (%s): %u nodes, %u elements\n", output, format->name, m.coords.cols(),
-               m.element_count());
-  return EXIT_OK;
+  return write_mesh_output(call, *format, output, m);
 }
 
 }  // namespace
@@ -62,14 +51,15 @@ int convert_main(const invocation& call) {
 extern const command convert_command = {
     "convert",
     "write a mesh in another file format",
-    "Usage: plexa convert [builtin] --output <file>\n"
+    "Usage: plexa convert [builtin | <mesh file>] --output <file>\n"
     "\n"
     "Reads a mesh and writes it in the format named by the extension of the\n"
     "output file.\n"
     "\n"
-    "Input: for now only the built-in mesh (the mesh of 'plexa demo'), named\n"
-    "'builtin' or left out; mesh files will be accepted here as readers are\n"
-    "added.\n"
+    "Input: the built-in mesh (the mesh of 'plexa demo'), named 'builtin' or\n"
+    "left out, or a mesh file:\n"
+    "  .stl        STL, ASCII or binary (its triangle soup welded: see 'plexa\n"
+    "              help weld')\n"
     "\n"
     "Output formats:\n"
     "  .mesh       MEDIT mesh file\n"
@@ -77,6 +67,10 @@ extern const command convert_command = {
     "  .nas, .bdf  NASTRAN bulk data (property number: the block's position + 1)\n"
     "  .geo        EnSight geometry file (mixed blocks split by kind; pyramids\n"
     "              are not written)\n"
+    "  .stl        binary STL of the faces and of the free boundary of each\n"
+    "              block of solids: triangles (the corners of 6-node ones),\n"
+    "              quadrilaterals cut in two along their 0-2 diagonal; edges\n"
+    "              are left out\n"
     "\n"
     "Options:\n"
     "  -o, --output <file>  the file to write (its folder must exist)\n"

@@ -16,9 +16,13 @@ namespace {
 struct reason {
   const char* function;
   int code;
-  const char* argument;  // null: the parameter at position -code
+  const char* argument;  // null: the parameter at position -code; "": none (NOT_AN_ARGUMENT)
   const char* text;
 };
+
+// The code names what a reader found in its file, not an argument: the
+// message is the reason alone.
+constexpr const char* NOT_AN_ARGUMENT = "";
 
 constexpr const char* bad_index = "a node index is not below the node count";
 constexpr const char* bad_connectivity = "the connectivity does not fit its element type or names a missing node";
@@ -220,6 +224,15 @@ constexpr reason io_reasons[] = {
     {"ensight_output", -3, nullptr, unfit_block},
     {"ensight_output", -4, nullptr, "last precedes first"},
     {"ensight_output", -5, nullptr, block_count},
+    {"STL_input(f, pos, connect)", -1, nullptr, "the stream is null, in error or cannot be positioned"},
+    {"STL_input(f, pos, connect, report)", -1, nullptr, "the stream is null, in error or cannot be positioned"},
+    {"STL_input", -1, nullptr, "the file cannot be opened"},
+    {"STL_input", -2, NOT_AN_ARGUMENT, "not an STL file (no \"solid\" line, and too short for a binary header)"},
+    {"STL_input", -3, NOT_AN_ARGUMENT, "malformed or truncated STL file"},
+    {"STL_output(f, pos, connect, ascii)", -1, nullptr, "the stream is null, in error or refused bytes"},
+    {"STL_output", -1, nullptr, unwritable},
+    {"STL_output", -2, nullptr, "its row count is not 3"},
+    {"STL_output", -3, nullptr, "not 3 rows, or a node index is not below the node count"},
 };
 
 constexpr const char* quality_dimension = "its row count is not 3 (or 2 for faces in the plane)";
@@ -330,6 +343,10 @@ unsigned result_message(const char* signature, int code, char* text, unsigned si
     m.add("out of memory");
   } else if (code >= -99) {
     const reason* r = find_reason(signature, code);
+    if (r && r->argument && *r->argument == '\0') {
+      m.add(r->text);
+      return m.finish();
+    }
     const char* name = nullptr;
     std::size_t name_length = 0;
     if (r && r->argument) {

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/io/stl.hpp>
@@ -64,7 +63,7 @@ bool final_result(int r) { return r >= 0 || r == OUT_OF_MEMORY; }
 // The unit normal of triangle (p0, p1, p2) by the right-hand rule, from the
 // two edges that leave out the longest one (the first of equal longest
 // edges in the order 0-1, 1-2, 2-0); kept as it is when its squared length
-// is exactly 0 or 1.
+// is exactly 1, and 0 0 0 when it is 0.
 void facet_normal(const double* p0, const double* p1, const double* p2, double* n) {
   const auto squared = [](const double* a, const double* b) {
     double s = 0.0;
@@ -88,10 +87,25 @@ void facet_normal(const double* p0, const double* p1, const double* p2, double* 
   n[1] = u[2] * v[0] - u[0] * v[2];
   n[2] = u[0] * v[1] - u[1] * v[0];
   const double length2 = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
-  if (length2 != 0.0 && length2 != 1.0) {
+  if (length2 == 0.0) {
+    n[0] = n[1] = n[2] = 0.0;  // a degenerate triangle: 0 0 0, whatever signs its zeros had
+  } else if (length2 != 1.0) {
     const double length = std::sqrt(length2);
     for (unsigned k = 0; k < 3; ++k) n[k] /= length;
   }
+}
+
+// The vertices of triangle j.  Triangles in no particular order reach all
+// over the nodes: the coordinates of a triangle further on are asked for
+// meanwhile.
+void vertices_of(const double* x, std::size_t ld, const dense2D<unsigned>& connect, unsigned j, const double** p) {
+  constexpr unsigned AHEAD = 16;
+  const unsigned* t = connect.data() + std::size_t(j) * connect.ld();
+  if (j + AHEAD < connect.cols()) {
+    const unsigned* later = t + std::size_t(AHEAD) * connect.ld();
+    for (unsigned i = 0; i < 3; ++i) __builtin_prefetch(x + later[i] * ld);
+  }
+  for (unsigned i = 0; i < 3; ++i) p[i] = x + t[i] * ld;
 }
 
 constexpr detail::exponent_form LOWER_E = {6, 'e'};
@@ -107,8 +121,8 @@ void put_triple(text_writer& w, const double* v) {
 void write_ascii(text_writer& w, const double* x, std::size_t ld, const dense2D<unsigned>& connect) {
   w.put("solid ZEB\n");
   for (unsigned j = 0; j < connect.cols(); ++j) {
-    const unsigned* t = connect.data() + std::size_t(j) * connect.ld();
-    const double* p[3] = {x + t[0] * ld, x + t[1] * ld, x + t[2] * ld};
+    const double* p[3];
+    vertices_of(x, ld, connect, j, p);
     double n[3];
     facet_normal(p[0], p[1], p[2], n);
     w.put("   facet normal");
@@ -133,8 +147,8 @@ void write_binary(text_writer& w, const double* x, std::size_t ld, const dense2D
   put_u32(reinterpret_cast<unsigned char*>(header) + 80, connect.cols());
   w.put(header, sizeof header);
   for (unsigned j = 0; j < connect.cols(); ++j) {
-    const unsigned* t = connect.data() + std::size_t(j) * connect.ld();
-    const double* p[3] = {x + t[0] * ld, x + t[1] * ld, x + t[2] * ld};
+    const double* p[3];
+    vertices_of(x, ld, connect, j, p);
     double values[12];
     facet_normal(p[0], p[1], p[2], values);
     for (unsigned i = 0; i < 3; ++i)

@@ -283,15 +283,15 @@ inline double offset_floor(const double* offset) noexcept {
 
 // The closest-node search: depth first from the root, the query's side of
 // every splitting plane before the other side, which is entered only while
-// its region can hold a node strictly closer than the best so far.  The
-// first steps are the descent along the query's own path; the search ends
-// on an exact hit, which nothing can beat.  The far sides met on the way
-// wait on the stack
-// and are taken back deepest first, as a search restarted from the root
-// with the descent's radius would take them.  A NaN difference keeps both
-// sides open (a node with a NaN coordinate may sit above finite ones).  Only
-// a strictly closer node replaces the candidate, so among equals the first
-// met wins.
+// its region can hold a node strictly closer than the best so far (the
+// squared distance to the region, a tighter floor than the one to the
+// splitting plane alone).  The first steps are the descent along the
+// query's own path; the search ends on an exact hit, which nothing can
+// beat.  The far sides met on the way wait on the stack and are taken back
+// deepest first, as a search restarted from the root with the descent's
+// radius would take them.  A NaN difference keeps both sides open (a node
+// with a NaN coordinate may sit above finite ones).  Only a strictly closer
+// node replaces the candidate, so among equals the first met wins.
 //
 // `at(slot, node)` gives the coordinates of a slot's node.  The walk keeps
 // its pending far sides on a stack of its own, not on the call stack: a tree

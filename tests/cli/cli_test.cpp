@@ -31,10 +31,12 @@ TEST(Cli, VersionAndHelpPrintExactly) {
       "  demo     describe the built-in mesh of mixed solids and write it as MEDIT files\n"
       "  convert  write a mesh in another file format\n"
       "  quality  measure the shape quality and the Jacobians of the elements of a mesh\n"
+      "  weld     weld the triangle soup of an STL file into a conforming surface\n"
       "\n"
       "Run 'plexa help <command>' for the arguments of a command.\n";
   const std::string demo = "Usage: plexa demo [--output-dir <folder>]\n\n";
-  const std::string convert = "Usage: plexa convert [builtin] --output <file>\n\n";
+  const std::string convert = "Usage: plexa convert [builtin | <mesh file>] --output <file>\n\n";
+  const std::string weld = "Usage: plexa weld <input.stl> <output file>\n\n";
   const std::string quality = "Usage: plexa quality [builtin | <mesh file>] [--worst <n>]\n\n";
   // The whole output, or the first lines of a command's help.
   const struct {
@@ -45,7 +47,8 @@ TEST(Cli, VersionAndHelpPrintExactly) {
                {{"-h"}, overview, true},                  {{"help"}, overview, true},
                {{"help", "demo"}, demo, false},           {{"demo", "-h"}, demo, false},
                {{"help", "convert"}, convert, false},     {{"convert", "--help"}, convert, false},
-               {{"help", "quality"}, quality, false},     {{"quality", "-h"}, quality, false}};
+               {{"help", "quality"}, quality, false},     {{"quality", "-h"}, quality, false},
+               {{"help", "weld"}, weld, false},           {{"weld", "--help"}, weld, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.args[0]) + (c.args.size() > 1 ? c.args[1] : ""));
     const result r = run(c.args);
@@ -63,7 +66,8 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto demo = [](const std::string& m) { return "plexa demo: " + m + " (see 'plexa help demo')\n"; };
   auto convert = [](const std::string& m) { return "plexa convert: " + m + " (see 'plexa help convert')\n"; };
   auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
-  const std::string known = ".mesh, .vtk, .nas, .bdf, .geo, .neu";
+  auto weld = [](const std::string& m) { return "plexa weld: " + m + " (see 'plexa help weld')\n"; };
+  const std::string known = ".mesh, .vtk, .nas, .bdf, .geo, .stl, .neu";
   const struct {
     std::vector<const char*> args;
     std::string err;
@@ -85,16 +89,22 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       {{"convert", "-o", "x.VTK"}, convert("unknown output format of 'x.VTK' (known: " + known + ")")},
       {{"convert", "-o", ".mesh"}, convert("unknown output format of '.mesh' (known: " + known + ")")},
       {{"convert", "in.mesh", "-o", path.c_str()},
-       convert("unknown input format of 'in.mesh' (known: .nas, .bdf, .neu)")},
+       convert("unknown input format of 'in.mesh' (known: .nas, .bdf, .stl, .neu)")},
       {{"convert", "builtin", "builtin", "-o", path.c_str()}, convert("unexpected argument 'builtin'")},
       {{"convert", "--bogus"}, convert("unknown option '--bogus'")},
-      {{"quality", "in.mesh"}, quality("unknown input format of 'in.mesh' (known: .nas, .bdf, .neu)")},
+      {{"quality", "in.mesh"}, quality("unknown input format of 'in.mesh' (known: .nas, .bdf, .stl, .neu)")},
       {{"quality", "builtin", "x"}, quality("unexpected argument 'x'")},
       {{"quality", "--worst"}, quality("missing count after '--worst'")},
       {{"quality", "--worst", "-1"}, quality("invalid count '-1' of '--worst'")},
       {{"quality", "--worst", "1001"}, quality("invalid count '1001' of '--worst'")},
       {{"quality", "--worst", "2x"}, quality("invalid count '2x' of '--worst'")},
       {{"quality", "-o"}, quality("unknown option '-o'")},
+      {{"weld"}, weld("missing input STL file")},
+      {{"weld", "in.stl"}, weld("missing output file")},
+      {{"weld", "in.stl", path.c_str(), "x"}, weld("unexpected argument 'x'")},
+      {{"weld", "--ascii"}, weld("unknown option '--ascii'")},
+      {{"weld", "in.vtk", path.c_str()}, weld("the input 'in.vtk' is not an STL file (.stl)")},
+      {{"weld", "in.stl", "out.stl2"}, weld("unknown output format of 'out.stl2' (known: " + known + ")")},
   };
   for (const auto& c : cases) {
     const result r = run(c.args);

@@ -31,7 +31,8 @@
 // transforms and the all-node merge (pos is their only double container),
 // shift_indices, node_detector::find_in_box, valid_metrics, bound_metrics,
 // min_quality (whose outputs are scalars, written when it returns),
-// edge_qualities (it writes only a histogram).
+// edge_qualities (it writes only a histogram), STL_input (its two outputs
+// differ in type and it reads no container).
 #include <algorithm>
 #include <set>
 #include <string>

@@ -42,6 +42,11 @@ TEST(ResultMessages, NameTheArgumentAndTheReason) {
             "definite)");
   EXPECT_EQ(message("no_such_function(a)", -1), "argument 1 (a): invalid value");
   EXPECT_EQ(message(nullptr, -2), "argument 2: invalid value");
+  // What a reader found in its file is no argument.
+  EXPECT_EQ(message("STL_input(path, pos, connect)", -3), "malformed or truncated STL file");
+  EXPECT_EQ(message("STL_input(path, pos, connect)", -1), "argument 1 (path): the file cannot be opened");
+  EXPECT_EQ(message("STL_input(f, pos, connect)", -1),
+            "argument 1 (f): the stream is null, in error or cannot be positioned");
 }
 
 TEST(ResultMessages, CutToTheBufferLikeSnprintf) {

@@ -17,6 +17,12 @@
 //                                 them through up to 20 rows)
 //   ensight3.geo                  EnSight, every type but ELT_TRIA6 (whose
 //                                 double listing no reader takes)
+//   stl_ascii.stl, stl_binary.stl STL of a closed, outward-oriented torus
+//                                 (both from the inputs stl.txt)
+//
+// Usage: plexa_io_samples --read-stl <file>   reads an STL file with the
+// library and prints its welded mesh in the same form as the inputs files
+// (one block of ELT_TRIA3).
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -41,6 +47,24 @@ struct block_spec {
 
 using blocks_writer = std::function<int(const char* path, const dense2D<double>& pos,
                                         const std::vector<dense2D<unsigned>>& blocks, const dense1D<int, 8>& types)>;
+
+// Writes nodes and blocks as the inputs file of a sample.
+bool write_inputs(const std::string& path, const dense2D<double>& pos, const std::vector<dense2D<unsigned>>& blocks,
+                  const dense1D<int, 8>& types) {
+  std::FILE* f = path == "-" ? stdout : std::fopen(path.c_str(), "w");
+  if (!f) return false;
+  const unsigned dim = pos.rows(), nodes = pos.cols();
+  std::fprintf(f, "nodes %u %u\n", dim, nodes);
+  for (unsigned j = 0; j < nodes; ++j)
+    for (unsigned i = 0; i < dim; ++i) std::fprintf(f, "%.17g%c", pos(i, j), i + 1 == dim ? '\n' : ' ');
+  for (unsigned b = 0; b < blocks.size(); ++b) {
+    const dense2D<unsigned>& c = blocks[b];
+    std::fprintf(f, "block %d %u %u\n", int(types[b]), c.rows(), c.cols());
+    for (unsigned j = 0; j < c.cols(); ++j)
+      for (unsigned i = 0; i < c.rows(); ++i) std::fprintf(f, "%u%c", c(i, j), i + 1 == c.rows() ? '\n' : ' ');
+  }
+  return f == stdout ? std::fflush(f) == 0 : std::fclose(f) == 0;
+}
 
 // A mesh of random nodes and random blocks of the given types written to
 // stem + extension, and its inputs to stem.txt.
@@ -75,18 +99,7 @@ bool write_sample(const std::string& stem, const char* extension, unsigned dim, 
     return false;
   }
 
-  std::FILE* f = std::fopen((stem + ".txt").c_str(), "w");
-  if (!f) return false;
-  std::fprintf(f, "nodes %u %u\n", dim, nodes);
-  for (unsigned j = 0; j < nodes; ++j)
-    for (unsigned i = 0; i < dim; ++i) std::fprintf(f, "%.17g%c", pos(i, j), i + 1 == dim ? '\n' : ' ');
-  for (unsigned b = 0; b < blocks.size(); ++b) {
-    const dense2D<unsigned>& c = blocks[b];
-    std::fprintf(f, "block %d %u %u\n", int(types[b]), c.rows(), c.cols());
-    for (unsigned j = 0; j < c.cols(); ++j)
-      for (unsigned i = 0; i < c.rows(); ++i) std::fprintf(f, "%u%c", c(i, j), i + 1 == c.rows() ? '\n' : ' ');
-  }
-  return std::fclose(f) == 0;
+  return write_inputs(stem + ".txt", pos, blocks, types);
 }
 
 int write_medit(const char* path, const dense2D<double>& pos, const std::vector<dense2D<unsigned>>& blocks,
@@ -127,11 +140,44 @@ int write_nastran(const char* path, const dense2D<double>& pos, const std::vecto
   return NASTRAN_output(path, pos, connect, ranges, types, pids);
 }
 
+// A torus of 40 x 16 quadrangles cut in two, outward-oriented, its nodes
+// moved a little, written as ASCII and binary STL.
+bool write_stl_samples(const std::string& dir, std::mt19937_64& g) {
+  const unsigned nu = 40, nv = 16;
+  dense2D<double> pos(3, nu * nv);
+  dense2D<unsigned> tris(3, 2 * nu * nv);
+  std::uniform_real_distribution<double> jitter(-0.01, 0.01);
+  for (unsigned i = 0; i < nu; ++i)
+    for (unsigned j = 0; j < nv; ++j) {
+      const double a = 6.283185307179586 * i / nu, b = 6.283185307179586 * j / nv, r = 30 + 10 * std::cos(b);
+      const unsigned k = i * nv + j, right = (i + 1) % nu * nv + j, up = i * nv + (j + 1) % nv,
+                     both = (i + 1) % nu * nv + (j + 1) % nv;
+      pos(0, k) = r * std::cos(a) + jitter(g);
+      pos(1, k) = r * std::sin(a) + jitter(g);
+      pos(2, k) = 10 * std::sin(b) + jitter(g);
+      const unsigned t[6] = {k, right, both, k, both, up};
+      for (unsigned c = 0; c < 6; ++c) tris(c % 3, 2 * k + c / 3) = t[c];
+    }
+  return STL_output((dir + "stl_ascii.stl").c_str(), pos, tris, true) == 0 &&
+         STL_output((dir + "stl_binary.stl").c_str(), pos, tris, false) == 0 &&
+         write_inputs(dir + "stl.txt", pos, {tris}, dense1D<int, 8>(1, int(ELT_TRIA3)));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 3 && std::string(argv[1]) == "--read-stl") {
+    dense2D<double> pos;
+    dense2D<unsigned> tris;
+    const int code = STL_input(argv[2], pos, tris);
+    if (code != 0) {
+      std::fprintf(stderr, "plexa_io_samples: reading %s gave %d\n", argv[2], code);
+      return 1;
+    }
+    return write_inputs("-", pos, {tris}, dense1D<int, 8>(1, int(ELT_TRIA3))) ? 0 : 1;
+  }
   if (argc != 2) {
-    std::fputs("usage: plexa_io_samples <directory>\n", stderr);
+    std::fputs("usage: plexa_io_samples <directory> | --read-stl <file>\n", stderr);
     return 2;
   }
   const std::string dir = argv[1] + std::string("/");
@@ -169,7 +215,8 @@ int main(int argc, char** argv) {
                   write_sample(dir + "nastran3", ".nas", 3, 300, nastran_solids, g, write_nastran) &&
                   write_sample(dir + "nastran_mixed", ".nas", 3, 200, linear_solids, g, write_nastran) &&
                   write_sample(dir + "nastran2", ".nas", 2, 120, faces, g, write_nastran) &&
-                  write_sample(dir + "ensight3", ".geo", 3, 300, ensight, g, write_ensight);
+                  write_sample(dir + "ensight3", ".geo", 3, 300, ensight, g, write_ensight) &&
+                  write_stl_samples(dir, g);
   if (!ok) {
     std::fputs("plexa_io_samples: cannot write the samples\n", stderr);
     return 1;

@@ -1,9 +1,11 @@
-# Interoperability, run with the system Python: files written by the
-# library are read back by independent readers (Debian's python3-meshio and
-# python3-vtk9) and compared with the inputs they were written from
-# (plexa_io_samples writes both); files written by other tools (meshio,
-# Debian's python3-gmsh) are read by the library and compared with what the
-# tools hold.  A test reports itself skipped when its tool is missing.
+# Interoperability of the writers and readers, run with the system Python:
+# files written by the library are read back by independent readers
+# (Debian's python3-meshio, python3-vtk9) or by admesh and compared with the
+# inputs they were written from (plexa_io_samples writes both); STL files
+# written by meshio and numpy-stl (python3-stl) are read by the library
+# (plexa_io_samples --read-stl), NASTRAN decks written by meshio and gmsh
+# (python3-gmsh) by plexa_io_read.  A test reports itself skipped when the
+# other program is missing.
 add_executable(plexa_io_samples ${CMAKE_CURRENT_LIST_DIR}/io_samples.cpp)
 target_link_libraries(plexa_io_samples PRIVATE zeb::plexa)
 plexa_target_defaults(plexa_io_samples)
@@ -26,13 +28,19 @@ if(EXISTS /usr/bin/python3)
              COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/writers_check.py ${check}
                      $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/${check})
   endforeach()
+  foreach(check stl_read_by_admesh stl_read_by_meshio stl_written_by_meshio stl_written_by_numpy_stl)
+    add_test(NAME io.${check}
+             COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/stl_check.py ${check}
+                     $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/${check})
+  endforeach()
   foreach(check nastran_from_meshio nastran_from_gmsh)
     add_test(NAME io.${check}
              COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/readers_check.py ${check}
                      $<TARGET_FILE:plexa_io_read> ${CMAKE_CURRENT_BINARY_DIR}/${check})
   endforeach()
   set_tests_properties(io.medit_read_by_meshio io.vtk_read_by_vtk io.vtk_read_by_meshio io.nastran_read_by_meshio
-                       io.ensight_read_by_vtk io.nastran_from_meshio io.nastran_from_gmsh
+                       io.ensight_read_by_vtk io.stl_read_by_admesh io.stl_read_by_meshio io.stl_written_by_meshio
+                       io.stl_written_by_numpy_stl io.nastran_from_meshio io.nastran_from_gmsh
                        PROPERTIES SKIP_RETURN_CODE 77)
 else()
   message(STATUS "the io interoperability tests are not registered: /usr/bin/python3 is missing")

@@ -43,6 +43,7 @@ TEST(WriteErrors, AFullDiskIsReportedByEveryWriter) {
     const dense1D<int, 8> tet_type = type_list({ELT_TETRA4});
     const dense1D<unsigned, 8> colours(m.tets.cols(), 0u), ranges = ids({0, m.tets.cols()}), pids(m.tets.cols(), 1u);
     dense1D<double, 8> values(n, 1.0);
+    const dense2D<unsigned> faces = m.tets.sub_matrix(0, 0, 3, m.tets.cols());  // three nodes of each
     unsigned ncells = 0;
     dense1D<unsigned, 8> cells, cell_types;
     ASSERT_EQ(vtk_convert(m.tets, ELT_TETRA4, ncells, cells, cell_types), 0);
@@ -57,6 +58,15 @@ TEST(WriteErrors, AFullDiskIsReportedByEveryWriter) {
         {"NASTRAN_output", [&] { return NASTRAN_output(full, m.pos, m.tets, ranges, tet_type, pids); }},
         {"NASTRAN_output (one block)", [&] { return NASTRAN_output(full, m.pos, m.tets, ELT_TETRA4); }},
         {"ensight_output", [&] { return ensight_output(full, m.pos, m.tets, ELT_TETRA4); }},
+        {"STL_output (ASCII)", [&] { return STL_output(full, m.pos, faces, true); }},
+        {"STL_output (binary)", [&] { return STL_output(full, m.pos, faces, false); }},
+        {"STL_output (stream)",
+         [&] {
+           std::FILE* f = std::fopen(full, "w");
+           const int r = STL_output(f, m.pos, faces, false);
+           std::fclose(f);
+           return r;
+         }},
         {"vtk_output (stream)",
          [&] {
            std::FILE* f = std::fopen(full, "w");

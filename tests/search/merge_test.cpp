@@ -378,3 +378,23 @@ TEST(Merge, GridAnswersAreTheTreeAnswers) {
   }
   EXPECT_GT(by_grid, 50000u);
 }
+
+// Every way of answering (exact places, the grid, the tree) gives up
+// cleanly when memory runs out.
+TEST(Merge, MemoryFailuresOnEveryPath) {
+  auto g = rng(12);
+  const dense2D<double> cloud = cloud_with_copies(g, 3, 400);
+  for (double tol : {0.0, 1e-6, 1e200}) {
+    dense2D<double> pos;
+    dense1D<unsigned, 8> map;
+    ASSERT_TRUE(pos.copy(cloud));
+    EXPECT_GT(for_each_allocation_failure([&] { return merge(pos, map, tol); },
+                                          [&] {
+                                            EXPECT_TRUE(map.empty());
+                                            EXPECT_EQ(to_vector(pos), to_vector(cloud));
+                                          }),
+              2u)
+        << tol;
+    EXPECT_EQ(map.size(), cloud.cols());
+  }
+}

@@ -21,6 +21,9 @@ namespace plexa {
 //                  of `signature` unless the function deliberately reports
 //                  another argument under that code (the tolerance of the
 //                  node-list merge is its fifth argument, reported as -4);
+//                  for a code that tells what a reader found in its file
+//                  rather than naming an argument, the reason alone
+//                  ("malformed or truncated STL file");
 //   other codes    "failure <code>".
 // Inputs: signature (may be null), code, text (size bytes, may be null
 // when size is 0).

@@ -84,33 +84,40 @@ bool scan_double(const char* text, number_text& number) noexcept {
     number = {first, p};
     return true;
   }
-  bool hex = false, digit = false, point = false, exponent = false;
-  char exponent_letter = 'e';
-  if (*p == '0') {
-    ++p;
-    if (lower(*p) == 'x') {
-      hex = true;
-      exponent_letter = 'p';
+  if (p[0] == '0' && lower(p[1]) == 'x') {
+    // Hexadecimal: hex digits and one point, then "p", one sign and
+    // decimal digits; the exponent letter needs a digit before it.
+    p += 2;
+    bool digit = false, point = false;
+    for (;; ++p) {
+      if (is_hex_digit(*p))
+        digit = true;
+      else if (!point && *p == '.')
+        point = true;
+      else
+        break;
+    }
+    if (digit && lower(*p) == 'p') {
       ++p;
-    } else {
-      digit = true;
+      if (*p == '-' || *p == '+') ++p;
+      while (is_digit(*p)) ++p;
     }
-  }
-  for (;; ++p) {
-    const char c = *p;
-    if (is_digit(c) || (hex && !exponent && is_hex_digit(c))) {
-      digit = true;
-    } else if (exponent && lower(p[-1]) == exponent_letter && (c == '-' || c == '+')) {
-    } else if (digit && !exponent && lower(c) == exponent_letter) {
-      exponent = point = true;
-    } else if (!point && c == '.') {
-      point = true;
-    } else {
-      break;
+    // Only the "0x" after the sign is no number.
+    if (p == first + sign + 2) return false;
+  } else {
+    // Decimal: digits and one point, then "e", one sign and digits.
+    bool digit = false;
+    for (; is_digit(*p); ++p) digit = true;
+    if (*p == '.')
+      for (++p; is_digit(*p); ++p) digit = true;
+    if (digit && lower(*p) == 'e') {
+      ++p;
+      if (*p == '-' || *p == '+') ++p;
+      while (is_digit(*p)) ++p;
     }
+    // Nothing after the sign.
+    if (p == first + sign) return false;
   }
-  // Nothing after the sign, or only the "0x" of a hexadecimal number.
-  if (p == first + sign || (hex && p == first + sign + 2)) return false;
   number = {first, p};
   return true;
 }

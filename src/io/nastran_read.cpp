@@ -144,8 +144,9 @@ class deck_reader {
   int fixed_line(const char* s, const char* e) noexcept;
   int free_line(const char* s, const char* e, const char* comma, bool truncated) noexcept;
   // Starts a card at a line whose first field is [a, b), or goes on with
-  // the open one.  Sets `large` and returns whether the line's fields are
-  // read (a card of the vocabulary is open).
+  // the open one: sets `large` (the line is in large field) and `read`
+  // (its fields are read: a card of the vocabulary is open).  Returns 0, or
+  // the code of the card that a new one ends.
   int begin_line(const char* a, const char* b, bool& large, bool& read) noexcept;
   // The position of the first field of a line of the open card.
   unsigned place_line(bool large) noexcept {
@@ -167,7 +168,6 @@ class deck_reader {
   card_kind kind_ = card_kind::other;
   const element_card* element_ = nullptr;
   bool open_ = false;  // a card of the vocabulary is being read
-  bool in_card_ = false;  // a card (of any kind) is being read
   unsigned next_ = 1;  // position of the next field
   bool given_[MAX_FIELD + 1];
   std::uint64_t ints_[MAX_FIELD + 1];
@@ -201,7 +201,7 @@ int deck_reader::line(char* s, char* e, bool truncated) noexcept {
         while (q < e && is_blank(*q)) ++q;
         if (q > p + 5 && starts_with_word(q, e, "BULK")) {
           // What came before is the executive and case control decks.
-          in_card_ = open_ = false;
+          open_ = false;
           begin_bulk_ = true;
           mesh_ = mesh_assembly(3);
           systems_.clear();
@@ -227,7 +227,7 @@ int deck_reader::begin_line(const char* a, const char* b, bool& large, bool& rea
   const bool continuation = a == b || *a == '+' || *a == '*';
   if (continuation) {
     large = a < b && *a == '*';
-    read = in_card_ && open_;
+    read = open_;
     return 0;
   }
   if (const int r = finish_card()) return r;
@@ -258,7 +258,6 @@ int deck_reader::begin_line(const char* a, const char* b, bool& large, bool& rea
         }
     }
   }
-  in_card_ = true;
   open_ = kind_ != card_kind::other;
   next_ = 1;
   if (open_) std::memset(given_, 0, sizeof given_);
@@ -345,9 +344,8 @@ int deck_reader::field(unsigned k, const char* a, const char* b) noexcept {
 }
 
 int deck_reader::finish_card() noexcept {
-  const bool open = in_card_ && open_;
-  in_card_ = open_ = false;
-  if (!open) return 0;
+  if (!open_) return 0;
+  open_ = false;
   auto integer = [&](unsigned k, std::uint64_t blank) { return given_[k] ? ints_[k] : blank; };
   auto real = [&](unsigned k) { return given_[k] ? reals_[k] : 0.0; };
   const std::uint64_t id = integer(1, 0);

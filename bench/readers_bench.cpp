@@ -41,11 +41,11 @@ struct bench_file {
 };
 
 const bench_file& nastran_file() {
-  static const bench_file f("nas", [](auto... args) { return zeb::plexa::NASTRAN_output(args...); });
+  static const bench_file f("nas", [](auto&&... args) { return zeb::plexa::NASTRAN_output(args...); });
   return f;
 }
 const bench_file& femap_file() {
-  static const bench_file f("neu", [](auto... args) { return zeb::plexa::FEMAP_output(args...); });
+  static const bench_file f("neu", [](auto&&... args) { return zeb::plexa::FEMAP_output(args...); });
   return f;
 }
 
@@ -143,7 +143,7 @@ void run_baseline(benchmark::State& state, const bench_file& file, Read read) {
 }
 
 void BM_NASTRAN_input(benchmark::State& state) {
-  run_reader(state, nastran_file(), [](auto... args) { return zeb::plexa::NASTRAN_input(args...); });
+  run_reader(state, nastran_file(), [](auto&&... args) { return zeb::plexa::NASTRAN_input(args...); });
 }
 BENCHMARK(BM_NASTRAN_input)->Unit(benchmark::kMillisecond);
 
@@ -151,7 +151,7 @@ void BM_NASTRAN_fgets_sscanf(benchmark::State& state) { run_baseline(state, nast
 BENCHMARK(BM_NASTRAN_fgets_sscanf)->Unit(benchmark::kMillisecond);
 
 void BM_FEMAP_input(benchmark::State& state) {
-  run_reader(state, femap_file(), [](auto... args) { return zeb::plexa::FEMAP_input(args...); });
+  run_reader(state, femap_file(), [](auto&&... args) { return zeb::plexa::FEMAP_input(args...); });
 }
 BENCHMARK(BM_FEMAP_input)->Unit(benchmark::kMillisecond);
 

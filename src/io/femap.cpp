@@ -163,16 +163,16 @@ struct field {
 unsigned split_record(const char* s, const char* e, field* out, unsigned max) noexcept {
   unsigned count = 0;
   for (const char* a = s;;) {
-    const void* comma = std::memchr(a, ',', std::size_t(e - a));
-    const char* b = comma ? static_cast<const char*>(comma) : e;
+    const char* b = a;
+    while (b < e && *b != ',') ++b;
     const char* first = a;
     const char* last = b;
     while (first < last && detail::is_c_space(*first)) ++first;
     while (last > first && detail::is_c_space(last[-1])) --last;
-    if (!comma && first == last) return count;
+    if (b == e && first == last) return count;
     if (count < max) out[count] = {first, last};
     ++count;
-    if (!comma) return count;
+    if (b == e) return count;
     a = b + 1;
   }
 }

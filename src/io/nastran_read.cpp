@@ -9,6 +9,7 @@
 // with their continuations, are passed over without looking at their
 // fields.
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -28,31 +29,57 @@ namespace {
 
 enum class card_kind : unsigned char { other, grid, cord2r, cord2c, cord2s, element };
 
+// A card name of up to 8 characters as one integer.
+constexpr std::uint64_t packed(const char* name) noexcept {
+  std::uint64_t v = 0;
+  for (; *name; ++name) v = v << 8 | static_cast<unsigned char>(*name);
+  return v;
+}
+
 // An element card: where its nodes are and the node counts it takes.
 struct element_card {
-  const char* name;
+  std::uint64_t name;   // packed
   unsigned char slots;  // node fields G1 to G<slots>, from field 3
   unsigned char forms;  // number of node counts it takes
   unsigned char counts[3];
   element_type types[3];
 };
 
+// The element cards, the most common first.
 constexpr element_card element_cards[] = {
-    {"CBAR", 2, 1, {2}, {ELT_EDGE2}},
-    {"CBEAM", 2, 1, {2}, {ELT_EDGE2}},
-    {"CROD", 2, 1, {2}, {ELT_EDGE2}},
-    {"CTRIA", 3, 1, {3}, {ELT_TRIA3}},
-    {"CTRIA3", 3, 1, {3}, {ELT_TRIA3}},
-    {"CTRIA6", 6, 2, {3, 6}, {ELT_TRIA3, ELT_TRIA6}},
-    {"CQUAD", 9, 3, {4, 8, 9}, {ELT_QUAD4, ELT_QUAD8, ELT_QUAD9}},
-    {"CQUAD4", 4, 1, {4}, {ELT_QUAD4}},
-    {"CQUAD8", 8, 2, {4, 8}, {ELT_QUAD4, ELT_QUAD8}},
-    {"CTETRA", 10, 2, {4, 10}, {ELT_TETRA4, ELT_TETRA10}},
-    {"CPYRA", 13, 2, {5, 13}, {ELT_PYRA5, ELT_PYRA13}},
-    {"CPYRAM", 13, 2, {5, 13}, {ELT_PYRA5, ELT_PYRA13}},
-    {"CPENTA", 15, 2, {6, 15}, {ELT_WEDGE6, ELT_WEDGE15}},
-    {"CHEXA", 20, 2, {8, 20}, {ELT_HEXA8, ELT_HEXA20}},
+    {packed("CTETRA"), 10, 2, {4, 10}, {ELT_TETRA4, ELT_TETRA10}},
+    {packed("CHEXA"), 20, 2, {8, 20}, {ELT_HEXA8, ELT_HEXA20}},
+    {packed("CPENTA"), 15, 2, {6, 15}, {ELT_WEDGE6, ELT_WEDGE15}},
+    {packed("CPYRAM"), 13, 2, {5, 13}, {ELT_PYRA5, ELT_PYRA13}},
+    {packed("CTRIA3"), 3, 1, {3}, {ELT_TRIA3}},
+    {packed("CQUAD4"), 4, 1, {4}, {ELT_QUAD4}},
+    {packed("CTRIA6"), 6, 2, {3, 6}, {ELT_TRIA3, ELT_TRIA6}},
+    {packed("CQUAD8"), 8, 2, {4, 8}, {ELT_QUAD4, ELT_QUAD8}},
+    {packed("CBAR"), 2, 1, {2}, {ELT_EDGE2}},
+    {packed("CROD"), 2, 1, {2}, {ELT_EDGE2}},
+    {packed("CBEAM"), 2, 1, {2}, {ELT_EDGE2}},
+    {packed("CTRIA"), 3, 1, {3}, {ELT_TRIA3}},
+    {packed("CQUAD"), 9, 3, {4, 8, 9}, {ELT_QUAD4, ELT_QUAD8, ELT_QUAD9}},
+    {packed("CPYRA"), 13, 2, {5, 13}, {ELT_PYRA5, ELT_PYRA13}},
 };
+
+// The first '$', ',' or tab in [p, e), or e: eight characters at a time
+// (the lowest byte of a word that matches is exact; higher ones may be
+// false alarms, which are not used).
+const char* find_special(const char* p, const char* e) noexcept {
+  if constexpr (std::endian::native == std::endian::little) {
+    constexpr std::uint64_t ones = 0x0101010101010101u, highs = 0x8080808080808080u;
+    constexpr auto zero_bytes = [](std::uint64_t v) { return (v - ones) & ~v & highs; };
+    for (; e - p >= 8; p += 8) {
+      std::uint64_t x;
+      std::memcpy(&x, p, 8);
+      const std::uint64_t m = zero_bytes(x ^ (ones * '$')) | zero_bytes(x ^ (ones * ',')) | zero_bytes(x ^ (ones * '\t'));
+      if (m) return p + (std::countr_zero(m) >> 3);
+    }
+  }
+  while (p < e && *p != '$' && *p != ',' && *p != '\t') ++p;
+  return p;
+}
 
 // The last field position read: G20 of CHEXA.
 constexpr unsigned MAX_FIELD = 22;
@@ -61,10 +88,15 @@ constexpr unsigned NUMBER_TEXT_MAX = 64;
 
 constexpr char upper(char c) noexcept { return c >= 'a' && c <= 'z' ? char(c - ('a' - 'A')) : c; }
 constexpr bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
-constexpr bool is_blank(char c) noexcept { return is_c_space(c); }
+constexpr bool is_blank(char c) noexcept {
+  return static_cast<unsigned char>(c) <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r'));
+}
 
-// [a, b) without the blanks around it.
+// [a, b) without the blanks around it (the runs of spaces that pad the
+// fields of large-field cards skipped eight at a time).
 void trim(const char*& a, const char*& b) noexcept {
+  constexpr std::uint64_t spaces = 0x2020202020202020u;
+  for (std::uint64_t w; b - a >= 8 && (std::memcpy(&w, a, 8), w == spaces);) a += 8;
   while (a < b && is_blank(*a)) ++a;
   while (b > a && is_blank(b[-1])) --b;
 }
@@ -87,20 +119,32 @@ bool parse_unsigned(const char* a, const char* b, std::uint64_t& value) noexcept
 
 // A real field in the NASTRAN forms: [sign] digits [. digits], then
 // nothing, or E or D with an optional sign and digits, or a sign and
-// digits.  The text is rewritten as "%lg" takes it and converted by the
-// shared reader, so that the value is exact and locale-free.
+// digits.  A mantissa of at most 15 significant digits with a small power
+// of ten is converted on the spot (exact_decimal); other texts are
+// rewritten as "%lg" takes them and converted by the shared reader.  Either
+// way the value is the correctly rounded one, whatever the locale.
 bool parse_real(const char* a, const char* b, double& value) noexcept {
   if (b - a > long(NUMBER_TEXT_MAX)) return false;
   char text[NUMBER_TEXT_MAX + 4];
   unsigned n = 0;
+  const bool negative = a < b && *a == '-';
   if (a < b && (*a == '+' || *a == '-')) text[n++] = *a++;
+  std::uint64_t m = 0;
+  int significant = 0, scale = 0;
   unsigned digits = 0;
-  for (; a < b && is_digit(*a); ++a, ++digits) text[n++] = *a;
+  auto digit = [&](char c, bool fraction) {
+    text[n++] = c;
+    ++digits;
+    scale -= fraction;
+    if ((m != 0 || c != '0') && ++significant <= 15) m = m * 10 + unsigned(c - '0');
+  };
+  for (; a < b && is_digit(*a); ++a) digit(*a, false);
   if (a < b && *a == '.') {
     text[n++] = *a++;
-    for (; a < b && is_digit(*a); ++a, ++digits) text[n++] = *a;
+    for (; a < b && is_digit(*a); ++a) digit(*a, true);
   }
   if (digits == 0) return false;
+  int exponent = 0;
   if (a < b) {
     char sign = '+';
     const char c = upper(*a);
@@ -115,15 +159,26 @@ bool parse_real(const char* a, const char* b, double& value) noexcept {
     text[n++] = 'e';
     text[n++] = sign;
     const unsigned before = n;
-    for (; a < b && is_digit(*a); ++a) text[n++] = *a;
+    for (; a < b && is_digit(*a); ++a) {
+      text[n++] = *a;
+      if (exponent < 1000) exponent = exponent * 10 + (*a - '0');
+    }
     if (n == before || a != b) return false;
+    if (sign == '-') exponent = -exponent;
+  }
+  double v;
+  if (significant <= 15 && (m == 0 || exact_decimal(m, scale + exponent, v))) {
+    value = m == 0 ? (negative ? -0.0 : 0.0) : negative ? -v : v;
+    return true;
   }
   return convert_double(number_text{text, text + n}, value);
 }
 
 class deck_reader {
  public:
-  deck_reader() noexcept : mesh_(3) {}
+  deck_reader() noexcept : mesh_(3) {
+    for (unsigned t = 0; t < ELEMENT_TYPE_COUNT; ++t) rows_[t] = nastran_node_rows(element_type(t), written_[t]);
+  }
 
   // One line of the file, [s, e) with *e == '\0'; `truncated` when it was
   // cut.  Returns 0 or a result code.
@@ -141,7 +196,7 @@ class deck_reader {
   dense1D<std::uint64_t, 8>& placed() noexcept { return placed_; }
 
  private:
-  int fixed_line(const char* s, const char* e) noexcept;
+  int fixed_line(const char* s, const char* e, bool tab) noexcept;
   int free_line(const char* s, const char* e, const char* comma, bool truncated) noexcept;
   // Starts a card at a line whose first field is [a, b), or goes on with
   // the open one: sets `large` (the line is in large field) and `read`
@@ -158,8 +213,15 @@ class deck_reader {
     next_ = first + (large ? 4 : 8);
     return first;
   }
+  // How field `k` of the open card is read.
+  enum class field_kind { skip, integer, real };
+  field_kind kind_at(unsigned k) const noexcept;
   // Field `k` of the open card, [a, b) trimmed.
   int field(unsigned k, const char* a, const char* b) noexcept;
+
+  // The writer's node order of each element type, and its node count.
+  const unsigned char* rows_[ELEMENT_TYPE_COUNT];
+  unsigned written_[ELEMENT_TYPE_COUNT];
 
   mesh_assembly mesh_;
   coordinate_systems systems_;
@@ -177,9 +239,22 @@ class deck_reader {
 };
 
 int deck_reader::line(char* s, char* e, bool truncated) noexcept {
-  if (void* dollar = std::memchr(s, '$', std::size_t(e - s))) {
-    e = static_cast<char*>(dollar);
-    truncated = false;  // what was cut is comment
+  // The comment, the first comma (a free-field line: tabs are blanks there)
+  // and tabs (to expand in fixed field).
+  const char* comma = nullptr;
+  bool tab = false;
+  for (const char* p = find_special(s, e); p < e; p = find_special(p + 1, e)) {
+    if (*p == '$') {
+      e = s + (p - s);
+      truncated = false;  // what was cut is comment
+      break;
+    }
+    if (*p == '\t') {
+      tab = true;
+      continue;
+    }
+    comma = p;  // free_line() ends the line at a '$' that follows
+    break;
   }
   while (e > s && is_blank(e[-1])) --e;
   if (e == s) return 0;
@@ -217,9 +292,8 @@ int deck_reader::line(char* s, char* e, bool truncated) noexcept {
       break;
   }
 
-  if (const void* comma = std::memchr(s, ',', std::size_t(e - s)))
-    return free_line(s, e, static_cast<const char*>(comma), truncated);
-  return fixed_line(s, e);
+  if (comma) return free_line(s, e, comma, truncated);
+  return fixed_line(s, e, tab);
 }
 
 int deck_reader::begin_line(const char* a, const char* b, bool& large, bool& read) noexcept {
@@ -233,25 +307,26 @@ int deck_reader::begin_line(const char* a, const char* b, bool& large, bool& rea
   if (const int r = finish_card()) return r;
   large = b[-1] == '*';
   if (large) --b;
-  // The card's name, in upper case.
-  char name[8];
-  const unsigned length = unsigned(b - a);
+  // The card's name, in upper case, packed into an integer.
   kind_ = card_kind::other;
   element_ = nullptr;
+  const unsigned length = unsigned(b - a);
   if (length >= 4 && length <= 6) {
-    for (unsigned k = 0; k < length; ++k) name[k] = upper(a[k]);
-    auto is = [&](const char* word) { return std::strlen(word) == length && std::memcmp(name, word, length) == 0; };
-    if (is("GRID")) {
+    std::uint64_t name = 0;
+    for (unsigned k = 0; k < length; ++k) name = name << 8 | static_cast<unsigned char>(upper(a[k]));
+    constexpr std::uint64_t grid = packed("GRID"), cord2r = packed("CORD2R"), cord2c = packed("CORD2C"),
+                            cord2s = packed("CORD2S");
+    if (name == grid) {
       kind_ = card_kind::grid;
-    } else if (is("CORD2R")) {
+    } else if (name == cord2r) {
       kind_ = card_kind::cord2r;
-    } else if (is("CORD2C")) {
+    } else if (name == cord2c) {
       kind_ = card_kind::cord2c;
-    } else if (is("CORD2S")) {
+    } else if (name == cord2s) {
       kind_ = card_kind::cord2s;
-    } else if (name[0] == 'C') {
+    } else {
       for (const element_card& c : element_cards)
-        if (is(c.name)) {
+        if (name == c.name) {
           kind_ = card_kind::element;
           element_ = &c;
           break;
@@ -265,11 +340,11 @@ int deck_reader::begin_line(const char* a, const char* b, bool& large, bool& rea
   return 0;
 }
 
-int deck_reader::fixed_line(const char* s, const char* e) noexcept {
+int deck_reader::fixed_line(const char* s, const char* e, bool tab) noexcept {
   // Columns 1 to 80, tabs expanded to the next multiple of 8.
   char expanded[80];
   std::size_t length = std::size_t(e - s);
-  if (std::memchr(s, '\t', length)) {
+  if (tab) {
     unsigned column = 0;
     for (const char* p = s; p < e && column < 80; ++p) {
       if (*p == '\t') {
@@ -300,47 +375,59 @@ int deck_reader::fixed_line(const char* s, const char* e) noexcept {
   return 0;
 }
 
+// A line with a comma before any '$'; the comment, if any, is still on it.
 int deck_reader::free_line(const char* s, const char* e, const char* comma, bool truncated) noexcept {
   bool large, read;
   if (const int r = begin_line(s, comma, large, read)) return r;
   if (!read) return 0;
-  if (truncated) return -3;
+  if (truncated && !std::memchr(comma, '$', std::size_t(e - comma))) return -3;
   const unsigned first = place_line(large), count = large ? 4 : 8;
   const char* a = comma + 1;
   for (unsigned k = 0;; ++k) {
-    const void* next = std::memchr(a, ',', std::size_t(e - a));
-    const char* b = next ? static_cast<const char*>(next) : e;
+    const char* b = a;
+    // Integer fields of a few digits alone, the bulk of element cards, are
+    // read as they are scanned; the others go through field().
+    if (k < count && kind_at(first + k) == field_kind::integer) {
+      std::uint32_t v;
+      const unsigned digits = leading_digits(a, v);
+      b = a + digits;
+      if (digits > 0 && digits < 8 && (b == e || *b == ',')) {
+        given_[first + k] = true;
+        ints_[first + k] = v;
+        if (b == e) return 0;
+        a = b + 1;
+        continue;
+      }
+    }
+    while (b < e && *b != ',' && *b != '$') ++b;
     if (k < count) {
       if (const int r = field(first + k, a, b)) return r;
     } else if (k > count) {
       return -3;  // more fields than the line's form and its mark
     }
-    if (!next) return 0;
+    if (b == e || *b == '$') return 0;  // the end, or a comment
     a = b + 1;
   }
 }
 
-int deck_reader::field(unsigned k, const char* a, const char* b) noexcept {
-  if (k > MAX_FIELD) return 0;
-  bool real;
+deck_reader::field_kind deck_reader::kind_at(unsigned k) const noexcept {
   switch (kind_) {
     case card_kind::grid:
-      if (k > 5) return 0;
-      real = k >= 3;
-      break;
+      return k > 5 ? field_kind::skip : k >= 3 ? field_kind::real : field_kind::integer;
     case card_kind::element:
-      if (k > 2u + element_->slots) return 0;
-      real = false;
-      break;
+      return k > 2u + element_->slots ? field_kind::skip : field_kind::integer;
     default:  // the systems
-      if (k > 11) return 0;
-      real = k >= 3;
-      break;
+      return k > 11 ? field_kind::skip : k >= 3 ? field_kind::real : field_kind::integer;
   }
+}
+
+int deck_reader::field(unsigned k, const char* a, const char* b) noexcept {
+  const field_kind kind = kind_at(k);
+  if (kind == field_kind::skip) return 0;
   trim(a, b);
   if (a == b) return 0;
   given_[k] = true;
-  return (real ? parse_real(a, b, reals_[k]) : parse_unsigned(a, b, ints_[k])) ? 0 : -3;
+  return (kind == field_kind::real ? parse_real(a, b, reals_[k]) : parse_unsigned(a, b, ints_[k])) ? 0 : -3;
 }
 
 int deck_reader::finish_card() noexcept {
@@ -372,8 +459,8 @@ int deck_reader::finish_card() noexcept {
       const element_type type = card.types[form];
       // The rows NASTRAN_output writes the nodes from (all of them only: a
       // type it writes with fewer nodes, ELT_QUAD9, is read in row order).
-      unsigned written;
-      const unsigned char* rows = nastran_node_rows(type, written);
+      const unsigned char* rows = rows_[type];
+      const unsigned written = written_[type];
       unsigned nodes[20];
       for (unsigned k = 0; k < given; ++k) {
         const std::uint64_t node = ints_[3 + k];

@@ -8,7 +8,11 @@ namespace zeb {
 namespace plexa {
 namespace detail {
 
-bool line_reader::init() noexcept { return buffer_.resize(BLOCK + 1); }
+bool line_reader::init() noexcept {
+  if (!buffer_.resize(BLOCK + 1 + PADDING)) return false;
+  std::memset(buffer_.data(), 0, 1 + PADDING);
+  return true;
+}
 
 void line_reader::read_from(unsigned at) noexcept {
   char* const base = buffer_.data();
@@ -21,6 +25,9 @@ void line_reader::read_from(unsigned at) noexcept {
       error_ = std::ferror(f_) != 0;
     }
   }
+  // What lies past the characters read is read by the loads that run past
+  // a line's end: it is made zeros.
+  std::memset(base + tail_, 0, 1 + PADDING);
 }
 
 void line_reader::refill() noexcept {

@@ -11,6 +11,8 @@
 // A line longer than LINE_LIMIT characters is cut: its first LINE_LIMIT
 // characters are given, truncated() says so, and the rest of it is skipped.
 // The memory of the reader is therefore one block, whatever the file holds.
+// At least PADDING bytes of the buffer, initialised, follow the NUL of every
+// line, so that a reader may load words that run past the line's end.
 #pragma once
 
 #include <cstdio>
@@ -24,8 +26,9 @@ namespace detail {
 
 class line_reader {
  public:
-  static constexpr unsigned BLOCK = 1u << 17;
+  static constexpr unsigned BLOCK = 1u << 19;
   static constexpr unsigned LINE_LIMIT = 1u << 12;
+  static constexpr unsigned PADDING = 8;
 
   explicit line_reader(std::FILE* f) noexcept : f_(f) {}
   line_reader(const line_reader&) = delete;
@@ -55,8 +58,6 @@ class line_reader {
   bool truncated() const noexcept { return truncated_; }
   // Whether the stream reported an error while it was read.
   bool read_error() const noexcept { return error_; }
-  // Number of the last line given (1 for the first).
-  unsigned long long line_number() const noexcept { return lines_; }
 
  private:
   // The line [from, end): drops a '\r' before end and puts the NUL.
@@ -66,7 +67,6 @@ class line_reader {
     first = from;
     last = end;
     truncated_ = false;
-    ++lines_;
     return true;
   }
   // A line that is not whole in the buffer: refills, cuts long lines.
@@ -79,10 +79,9 @@ class line_reader {
   void read_from(unsigned at) noexcept;
 
   std::FILE* f_;
-  dense1D<char, 8> buffer_;  // BLOCK + 1 characters: room for a last NUL
+  dense1D<char, 8> buffer_;  // BLOCK characters, a last NUL and the padding
   unsigned head_ = 0, tail_ = 0;
   bool end_ = false, error_ = false, truncated_ = false;
-  unsigned long long lines_ = 0;
 };
 
 }  // namespace detail

@@ -52,14 +52,17 @@ inline long status_kb(const char* field) {
 // Peak memory added by one call of f beyond `output_bytes`, over
 // output_bytes.  Measured in a child process, whose allocator is set to map
 // large blocks afresh so that the peak shows them; the parent's allocator
-// keeps its settings.
-template <class F>
-double extra_over_output(F&& f, double output_bytes) {
+// keeps its settings.  `setup` runs in the child before the measure starts
+// (to write, for instance, the pages of an argument that f changes in
+// place, which the child otherwise copies from the parent on first write).
+template <class Setup, class F>
+double extra_over_output(Setup&& setup, F&& f, double output_bytes) {
   int fd[2];
   if (pipe(fd) != 0) return -1;
   const pid_t child = fork();
   if (child == 0) {
     mallopt(M_MMAP_THRESHOLD, 1 << 16);
+    setup();
     malloc_trim(0);
     if (FILE* c = std::fopen("/proc/self/clear_refs", "w")) {
       std::fputs("5", c);
@@ -78,6 +81,11 @@ double extra_over_output(F&& f, double output_bytes) {
   close(fd[0]);
   if (child > 0) waitpid(child, nullptr, 0);
   return ratio;
+}
+
+template <class F>
+double extra_over_output(F&& f, double output_bytes) {
+  return extra_over_output([] {}, f, output_bytes);
 }
 
 }  // namespace plexa_bench

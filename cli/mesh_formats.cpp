@@ -2,6 +2,8 @@
 #include "mesh_formats.hpp"
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include <zeb/plexa/io.hpp>
 #include <zeb/plexa/topology.hpp>
@@ -13,63 +15,64 @@ namespace {
 // The library's code for memory that could not be had.
 constexpr int OUT_OF_MEMORY = -199;
 
-int write_medit(const char* path, const mesh& m) {
-  return zeb::plexa::medit_output(path, m.coords, m.first_block(), m.last_block(), m.types);
+// Readers return nodes, column ranges and one id per element.
+struct read_result {
+  zeb::dense2D<double> pos;
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  zeb::dense1D<int, 8> types;
+
+  int into(int code, mesh& m) const {
+    if (code != 0) return code;
+    return m.assign(pos, connect, ranges, types, ids) ? 0 : OUT_OF_MEMORY;
+  }
+};
+
+// The readers and writers of the block form: nodes, column ranges of one
+// connectivity and one id per element.
+using ranged_reader = int (*)(const char*, zeb::dense2D<double>&, zeb::dense2D<unsigned>&,
+                              zeb::dense1D<unsigned, 8>&, zeb::dense1D<int, 8>&, zeb::dense1D<unsigned, 8>&);
+using ranged_writer = int (*)(const char*, const zeb::dense2D<double>&, const zeb::dense2D<unsigned>&,
+                              const zeb::dense1D<unsigned, 8>&, const zeb::dense1D<int, 8>&,
+                              const zeb::dense1D<unsigned, 8>&);
+
+template <ranged_reader Read>
+int read_ranged(const char* path, mesh& m) {
+  read_result r;
+  return r.into(Read(path, r.pos, r.connect, r.ranges, r.types, r.ids), m);
+}
+
+// The blocks in one connectivity; an element's id is the one read, or the
+// position of its block + `first_id` (MEDIT references from 0, NASTRAN and
+// FEMAP properties from 1).
+template <ranged_writer Write, unsigned first_id>
+int write_ranged(const char* path, const mesh& m) {
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  if (!m.joined(connect, ranges) || !m.joined_ids(ids, first_id)) return OUT_OF_MEMORY;
+  return Write(path, m.coords, connect, ranges, m.types, ids);
+}
+
+int read_obj(const char* path, mesh& m) {
+  read_result r;
+  std::vector<std::string> names;
+  const int code = r.into(zeb::plexa::WavefrontOBJ_input(path, r.pos, r.connect, r.ranges, r.types, r.ids, names), m);
+  if (code == 0) m.id_names.swap(names);
+  return code;
+}
+
+// The groups read (with their names), or each block's position.
+int write_obj(const char* path, const mesh& m) {
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, groups;
+  if (!m.joined(connect, ranges) || !m.joined_ids(groups, 0)) return OUT_OF_MEMORY;
+  if (m.id_names.empty()) return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups);
+  return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups, m.id_names);
 }
 
 int write_vtk(const char* path, const mesh& m) {
   return zeb::plexa::vtk_output(path, m.coords, m.first_block(), m.last_block(), m.types);
 }
-
-// The blocks in one connectivity, each element's property number the
-// position of its block + 1: what the block-form writers take.  False when
-// memory runs out.
-bool joined_with_ids(const mesh& m, zeb::dense2D<unsigned>& connect, zeb::dense1D<unsigned, 8>& ranges,
-                     zeb::dense1D<unsigned, 8>& ids) {
-  if (!m.joined(connect, ranges) || !ids.resize(connect.cols())) return false;
-  for (unsigned k = 0; k < m.block_count(); ++k)
-    for (unsigned j = ranges[k]; j < ranges[k + 1]; ++j) ids[j] = k + 1;
-  return true;
-}
-
-int write_nastran(const char* path, const mesh& m) {
-  zeb::dense2D<unsigned> connect;
-  zeb::dense1D<unsigned, 8> ranges, pids;
-  if (!joined_with_ids(m, connect, ranges, pids)) return OUT_OF_MEMORY;
-  return zeb::plexa::NASTRAN_output(path, m.coords, connect, ranges, m.types, pids);
-}
-
-int write_femap(const char* path, const mesh& m) {
-  zeb::dense2D<unsigned> connect;
-  zeb::dense1D<unsigned, 8> ranges, ids;
-  if (!joined_with_ids(m, connect, ranges, ids)) return OUT_OF_MEMORY;
-  return zeb::plexa::FEMAP_output(path, m.coords, connect, ranges, m.types, ids);
-}
-
-// A reader of the block form (nodes, one connectivity, its column ranges
-// and their types, one id per element, which the tool does not keep): each
-// block becomes a view of the connectivity through its type's rows.
-using ranged_reader = int (*)(const char*, zeb::dense2D<double>&, zeb::dense2D<unsigned>&,
-                              zeb::dense1D<unsigned, 8>&, zeb::dense1D<int, 8>&, zeb::dense1D<unsigned, 8>&);
-
-int read_ranged(ranged_reader reader, const char* path, mesh& m) {
-  zeb::dense2D<double> pos;
-  zeb::dense2D<unsigned> connect;
-  zeb::dense1D<unsigned, 8> ranges, ids;
-  zeb::dense1D<int, 8> types;
-  if (const int code = reader(path, pos, connect, ranges, types, ids)) return code;
-  m = mesh();
-  m.coords = pos;
-  for (unsigned k = 0; k < types.size(); ++k) {
-    const auto type = zeb::plexa::element_type(types[k]);
-    if (!m.add_block(connect.sub_matrix(0, ranges[k], zeb::plexa::nbr_nodes(type), ranges[k + 1] - ranges[k]), type))
-      return OUT_OF_MEMORY;
-  }
-  return 0;
-}
-
-int read_nastran(const char* path, mesh& m) { return read_ranged(zeb::plexa::NASTRAN_input, path, m); }
-int read_femap(const char* path, mesh& m) { return read_ranged(zeb::plexa::FEMAP_input, path, m); }
 
 // The EnSight writer leaves mixed blocks out: they are split by kind first.
 int write_ensight(const char* path, const mesh& m) {
@@ -137,19 +140,57 @@ int write_stl(const char* path, const mesh& m) {
   return STL_output(path, xyz, triangles, false);
 }
 
+constexpr auto read_nastran = read_ranged<zeb::plexa::NASTRAN_input>;
+constexpr auto write_nastran = write_ranged<zeb::plexa::NASTRAN_output, 1>;
 constexpr const char* nastran_signature = "NASTRAN_output(path, pos, connect, ranges, types, pids)";
 constexpr const char* nastran_read_signature = "NASTRAN_input(path, pos, connect, ranges, types, pids)";
 
 constexpr mesh_format formats[] = {
-    {".mesh", "MEDIT", nullptr, write_medit, nullptr, "medit_output(path, pos, first, last, types)"},
+    {".mesh", "MEDIT", read_ranged<zeb::plexa::medit_input>, write_ranged<zeb::plexa::medit_output, 0>,
+     "medit_input(path, pos, connect, ranges, types, refs)", "medit_output(path, pos, connect, ranges, types, refs)"},
     {".vtk", "VTK", nullptr, write_vtk, nullptr, "vtk_output(path, pos, first, last, types)"},
     {".nas", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
     {".bdf", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
-    {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
+    {".obj", "Wavefront OBJ", read_obj, write_obj, "WavefrontOBJ_input(path, pos, connect, ranges, types, groups)",
+     "WavefrontOBJ_output(path, pos, connect, ranges, types, ids)"},
     {".stl", "STL", read_stl, write_stl, "STL_input(path, pos, connect)", "STL_output(path, pos, connect, ascii)"},
-    {".neu", "FEMAP", read_femap, write_femap, "FEMAP_input(path, pos, connect, ranges, types, ids)",
-     "FEMAP_output(path, pos, connect, ranges, types, ids)"},
+    {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
+    {".neu", "FEMAP", read_ranged<zeb::plexa::FEMAP_input>, write_ranged<zeb::plexa::FEMAP_output, 1>,
+     "FEMAP_input(path, pos, connect, ranges, types, ids)", "FEMAP_output(path, pos, connect, ranges, types, ids)"},
 };
+
+// Solutions: the keyword layout as ".sol" (its reader takes both layouts),
+// the header layout of medit_scalar, medit_vector and medit_tensor as ".bb".
+int read_solution(const char* path, field& f) {
+  return zeb::plexa::medit_solution_input(path, f.dim, f.values);
+}
+
+int write_sol(const char* path, const field& f) { return zeb::plexa::medit_solution_output(path, f.dim, f.values); }
+
+// Scalars, packed tensors (3 rows in 2-D, 6 in 3-D), vectors otherwise.
+int write_bb(const char* path, const field& f) {
+  const unsigned rows = f.values.rows();
+  if (rows == 1) {
+    zeb::dense2D<double> scalars;
+    if (!scalars.copy(f.values)) return OUT_OF_MEMORY;
+    return zeb::plexa::medit_scalar(path, f.dim, scalars.as_vector());
+  }
+  if ((rows == 3 && f.dim == 2) || (rows == 6 && f.dim == 3)) return zeb::plexa::medit_tensor(path, f.values);
+  return zeb::plexa::medit_vector(path, f.dim, f.values);
+}
+
+constexpr const char* solution_input = "medit_solution_input(path, dim, values)";
+
+constexpr field_format field_formats[] = {
+    {".sol", "MEDIT solution", read_solution, write_sol, solution_input, "medit_solution_output(path, dim, values)"},
+    {".bb", "MEDIT solution, header layout", read_solution, write_bb, solution_input, "medit_vector(path, dim, vectors)"},
+};
+
+// Whether `path` ends with `extension` after at least one character.
+bool has_extension(const char* path, const char* extension) {
+  const std::size_t n = std::strlen(path), e = std::strlen(extension);
+  return n > e && std::strcmp(path + n - e, extension) == 0;
+}
 
 std::string extensions(bool readable) {
   std::string list;
@@ -164,12 +205,21 @@ std::string extensions(bool readable) {
 }  // namespace
 
 const mesh_format* format_of(const char* path) {
-  const std::size_t n = std::strlen(path);
-  for (const mesh_format& f : formats) {
-    const std::size_t e = std::strlen(f.extension);
-    if (n > e && std::strcmp(path + n - e, f.extension) == 0) return &f;
-  }
+  for (const mesh_format& f : formats)
+    if (has_extension(path, f.extension)) return &f;
   return nullptr;
+}
+
+const field_format* field_format_of(const char* path) {
+  for (const field_format& f : field_formats)
+    if (has_extension(path, f.extension)) return &f;
+  return nullptr;
+}
+
+std::string field_extensions() {
+  std::string list;
+  for (const field_format& f : field_formats) list += (list.empty() ? "" : ", ") + std::string(f.extension);
+  return list;
 }
 
 std::string writable_extensions() { return extensions(false); }

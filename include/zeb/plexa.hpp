@@ -8,6 +8,7 @@
 #include <zeb/plexa/core.hpp>
 #include <zeb/plexa/edges.hpp>
 #include <zeb/plexa/geometry.hpp>
+#include <zeb/plexa/gradation.hpp>
 #include <zeb/plexa/indices.hpp>
 #include <zeb/plexa/io.hpp>
 #include <zeb/plexa/messages.hpp>

@@ -12,21 +12,17 @@ namespace zeb {
 namespace plexa {
 namespace detail {
 
-int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& offsets,
-                        dense1D<unsigned, 8>& items) noexcept {
-  offsets.clear();
+int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& items) noexcept {
   items.clear();
   const unsigned rows = connect.rows(), n = connect.cols();
   const std::uint64_t total = std::uint64_t(rows) * n;
-  if (total > NO_INDEX || !offsets.resize(n + 1)) return fail(OUT_OF_MEMORY, offsets, items);
-  unsigned* off = offsets.data();
-  for (unsigned e = 0; e <= n; ++e) off[e] = e * rows;
+  if (total > NO_INDEX) return fail(OUT_OF_MEMORY, items);
   if (total == 0) return 0;
   if (connect.contiguous()) {
     items = connect.as_vector();
     return 0;
   }
-  if (!items.resize(static_cast<unsigned>(total))) return fail(OUT_OF_MEMORY, offsets, items);
+  if (!items.resize(static_cast<unsigned>(total))) return fail(OUT_OF_MEMORY, items);
   unsigned* out = items.data();
   for_each_column(connect, [&](const unsigned* col, unsigned e) {
     std::memcpy(out + std::size_t(e) * rows, col, rows * sizeof(unsigned));
@@ -34,13 +30,11 @@ int build_element_lists(const dense2D<unsigned>& connect, dense1D<unsigned, 8>& 
   return 0;
 }
 
-int transpose_lists(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned, 8>& items,
-                    dense1D<unsigned, 8>& t_offsets, dense1D<unsigned, 8>& t_items) noexcept {
+int transpose_lists(const list_view& lists, dense1D<unsigned, 8>& t_offsets, dense1D<unsigned, 8>& t_items) noexcept {
   t_offsets.clear();
   t_items.clear();
-  const unsigned* it = items.data();
-  const unsigned n_items = items.size();
-  const unsigned lists = offsets.empty() ? 0 : offsets.size() - 1;
+  const unsigned* it = lists.items;
+  const unsigned n_items = lists.item_count;
   unsigned largest = 0, kept = 0;
   for (unsigned k = 0; k < n_items; ++k) {
     if (it[k] == NO_INDEX) continue;
@@ -56,25 +50,23 @@ int transpose_lists(const dense1D<unsigned, 8>& offsets, const dense1D<unsigned,
   for (unsigned k = 0; k < n_items; ++k)
     if (it[k] != NO_INDEX) ++to[it[k] + 2];
   for (unsigned v = 2; v < largest + 3; ++v) to[v] += to[v - 1];
-  const unsigned* off = offsets.data();
   unsigned* out = t_items.data();
-  for (unsigned i = 0; i < lists; ++i)
-    for (unsigned k = off[i]; k < off[i + 1]; ++k)
+  for (unsigned i = 0; i < lists.count; ++i)
+    for (std::size_t k = lists.begin(i), end = lists.end(i); k < end; ++k)
       if (it[k] != NO_INDEX) out[to[it[k] + 1]++] = i;
   t_offsets.resize(largest + 2);
   return 0;
 }
 
-int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1D<unsigned, 8>& piece_items,
-                         const dense1D<unsigned, 8>& node_offsets, const dense1D<unsigned, 8>& node_pieces,
-                         dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& nodes) noexcept {
+int node_graph_of_pieces(const list_view& pieces, const dense1D<unsigned, 8>& node_offsets,
+                         const dense1D<unsigned, 8>& node_pieces, dense1D<unsigned, 8>& offsets,
+                         dense1D<unsigned, 8>& nodes) noexcept {
   offsets.clear();
   nodes.clear();
   const unsigned n = node_offsets.empty() ? 0 : node_offsets.size() - 1;
   dense1D<unsigned, 8> marker;
   if (!marker.resize(n, NO_INDEX) || !offsets.resize(n + 1)) return fail(OUT_OF_MEMORY, offsets, nodes);
-  const unsigned* poff = piece_offsets.data();
-  const unsigned* pit = piece_items.data();
+  const unsigned* pit = pieces.items;
   const unsigned* noff = node_offsets.data();
   const unsigned* npc = node_pieces.data();
   unsigned* mark = marker.data();
@@ -85,7 +77,7 @@ int node_graph_of_pieces(const dense1D<unsigned, 8>& piece_offsets, const dense1
     mark[v] = v;  // keeps v out of its own list
     for (unsigned q = noff[v]; q < noff[v + 1]; ++q) {
       const unsigned p = npc[q];
-      for (unsigned k = poff[p]; k < poff[p + 1]; ++k) {
+      for (std::size_t k = pieces.begin(p), end = pieces.end(p); k < end; ++k) {
         const unsigned w = pit[k];
         if (w == NO_INDEX || mark[w] == v) continue;
         mark[w] = v;

@@ -139,6 +139,11 @@ constexpr reason topology_reasons[] = {
 };
 
 constexpr const char* not_finite = "not finite";
+constexpr const char* two_or_three_rows = "its row count is not 2 or 3";
+constexpr const char* no_node_graph =
+    "element type without a node graph (edges, linear faces and solids, mixed faces and solids only)";
+constexpr const char* field_of_connectivity =
+    "not a field of the space dimension (3 rows in 2-D, 6 in 3-D) with a value for every node of the connectivity";
 constexpr const char* not_a_field = "its row count is not 3 or 6";
 
 constexpr reason metrics_reasons[] = {
@@ -158,15 +163,77 @@ constexpr reason metrics_reasons[] = {
     {"metrics_aniso3d_to_aniso2d", -1, nullptr, "its row count is not 6"},
     {"metrics_aniso3d_to_aniso2d", -2, nullptr, "not 6 rows and one column per metric"},
     {"metrics_aniso3d_to_aniso2d", -3, nullptr, "not 3 rows and at least one column per metric"},
+    {"bound_metric_gradations", -1, nullptr, two_or_three_rows},
+    {"bound_metric_gradations", -2, nullptr, bad_connectivity},
+    {"bound_metric_gradations", -3, nullptr, no_node_graph},
+    {"bound_metric_gradations", -4, nullptr, bad_index},
+    {"bound_metric_gradations", -7, nullptr, bad_tolerance},
+    {"bound_metric_gradations", -8, nullptr, field_of_connectivity},
+    {"bound_metric_variations", -1, nullptr, two_or_three_rows},
+    {"bound_metric_variations", -2, nullptr, bad_connectivity},
+    {"bound_metric_variations", -3, nullptr, no_node_graph},
+    {"bound_metric_variations", -4, nullptr, bad_index},
+    {"bound_metric_variations", -7, nullptr, bad_tolerance},
+    {"bound_metric_variations", -8, nullptr, field_of_connectivity},
+    {"metrics_gen_iso", -1, nullptr, "the element dimension of the type is above its row count"},
+    {"metrics_gen_iso", -2, nullptr, bad_connectivity},
+    {"metrics_gen_iso", -3, nullptr, "not a linear element type with edges"},
+    {"metrics_gen_iso", -5, nullptr, "negative"},
+    {"H_shock", -1, nullptr, two_or_three_rows},
+    {"H_shock", -2, nullptr, "its row count is not 2, or a node index is not below the node count"},
+    {"H_shock", -3, nullptr,
+     "not a field of the space dimension (3 rows in 2-D, 6 in 3-D) with a value for every node of the edges"},
 };
 
 constexpr const char* unwritable = "the file cannot be opened or written";
 constexpr const char* unfit_block = "a block does not fit its element type";
 constexpr const char* block_count = "the number of blocks differs from the number of types";
-constexpr const char* unreadable = "the file or stream cannot be opened or read";
 constexpr const char* unresolved_ids = "an ID is given twice, or named but not defined";
 
+constexpr const char* unreadable = "the file cannot be opened or read";
+constexpr const char* truncated = "the file is truncated or malformed";
+constexpr const char* missing_vertex = "an element names a vertex that the file does not have";
+
 constexpr reason io_reasons[] = {
+    {"medit_input", -1, nullptr, unreadable},
+    {"medit_input", -2, NOT_AN_ARGUMENT, "not a MEDIT mesh file (no MeshVersionFormatted at its start)"},
+    {"medit_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"medit_input", -4, NOT_AN_ARGUMENT, "a keyword, version or dimension that the reader does not read"},
+    {"medit_input", -5, NOT_AN_ARGUMENT, missing_vertex},
+    {"medit_input", -6, nullptr, "the same object as ranges"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -2, nullptr, "its row count is not 1, 2 or 3"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -3, nullptr,
+     "a block does not fit its element type or names a missing node"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -4, nullptr,
+     "the ranges decrease or go past the columns"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -5, nullptr,
+     "its size is not the number of ranges minus one"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -6, nullptr,
+     "its size differs from the number of columns"},
+    {"medit_solution_input", -1, nullptr, unreadable},
+    {"medit_solution_input", -2, NOT_AN_ARGUMENT, "not a MEDIT solution file"},
+    {"medit_solution_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"medit_solution_input", -4, NOT_AN_ARGUMENT,
+     "values at elements, a keyword, field kind, version or dimension that the reader does not read, or no "
+     "solution at vertices"},
+    {"WavefrontOBJ_input", -1, nullptr, unreadable},
+    {"WavefrontOBJ_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"WavefrontOBJ_input", -4, NOT_AN_ARGUMENT, "a statement that the reader does not read (free-form geometry, an "
+                                           "unknown keyword)"},
+    {"WavefrontOBJ_input", -5, NOT_AN_ARGUMENT, missing_vertex},
+    {"WavefrontOBJ_input", -6, nullptr, "the same object as ranges"},
+    {"WavefrontOBJ_output", -1, nullptr, unwritable},
+    {"WavefrontOBJ_output", -2, nullptr, "its row count is not 2 or 3"},
+    {"WavefrontOBJ_output", -3, nullptr,
+     "a block does not fit its element type, names a missing node or has a type that OBJ files do not hold "
+     "(solids)"},
+    {"WavefrontOBJ_output", -4, nullptr, "the ranges decrease or go past the columns"},
+    {"WavefrontOBJ_output", -5, nullptr, "its size is not the number of ranges minus one"},
+    {"WavefrontOBJ_output", -6, nullptr, "its size differs from the number of columns"},
+    {"WavefrontOBJ_output", -7, nullptr, "a group without a name, or a name that would not read back"},
+    {"medit_solution_output", -1, nullptr, unwritable},
+    {"medit_solution_output", -2, nullptr, "not 2 or 3"},
+    {"medit_solution_output", -3, nullptr, "its row count is not 1, the dimension or that of a packed tensor"},
     {"medit_output", -1, nullptr, unwritable},
     {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"medit_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
@@ -197,10 +264,10 @@ constexpr reason io_reasons[] = {
     {"NASTRAN_output", -5, nullptr, "its size is not the number of ranges minus one"},
     {"NASTRAN_output", -6, nullptr, "its size differs from the number of columns"},
     {"NASTRAN_input", -1, nullptr, unreadable},
-    {"NASTRAN_input", -2, "file", "the file holds no card"},
-    {"NASTRAN_input", -3, "file", "a malformed or truncated deck"},
-    {"NASTRAN_input", -4, "file", "a card this reader does not read (an element's node count, INCLUDE)"},
-    {"NASTRAN_input", -5, "file", unresolved_ids},
+    {"NASTRAN_input", -2, NOT_AN_ARGUMENT, "the file holds no card"},
+    {"NASTRAN_input", -3, NOT_AN_ARGUMENT, "a malformed or truncated deck"},
+    {"NASTRAN_input", -4, NOT_AN_ARGUMENT, "a card this reader does not read (an element's node count, INCLUDE)"},
+    {"NASTRAN_input", -5, NOT_AN_ARGUMENT, unresolved_ids},
     {"NASTRAN_input", -6, nullptr, "the same object as ranges"},
     {"NASTRAN_input", -7, nullptr, "the same object as ranges or pids"},
     {"NASTRAN_input", -8, nullptr, "the same object as ranges, pids or node_ids"},
@@ -211,11 +278,11 @@ constexpr reason io_reasons[] = {
     {"FEMAP_output", -5, nullptr, "its size is not the number of ranges minus one"},
     {"FEMAP_output", -6, nullptr, "its size differs from the number of columns"},
     {"FEMAP_input", -1, nullptr, unreadable},
-    {"FEMAP_input", -2, "file", "not a neutral file (no header block first)"},
-    {"FEMAP_input", -3, "file", "a malformed or truncated neutral file"},
-    {"FEMAP_input", -4, "file",
+    {"FEMAP_input", -2, NOT_AN_ARGUMENT, "not a neutral file (no header block first)"},
+    {"FEMAP_input", -3, NOT_AN_ARGUMENT, "a malformed or truncated neutral file"},
+    {"FEMAP_input", -4, NOT_AN_ARGUMENT,
      "what this reader does not read (a version other than 4.4 and 4.41, a coordinate system, a topology)"},
-    {"FEMAP_input", -5, "file", unresolved_ids},
+    {"FEMAP_input", -5, NOT_AN_ARGUMENT, unresolved_ids},
     {"FEMAP_input", -6, nullptr, "the same object as ranges"},
     {"FEMAP_input", -7, nullptr, "the same object as ranges or ids"},
     {"FEMAP_input", -8, nullptr, "the same object as ranges, ids or node_ids"},

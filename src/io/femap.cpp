@@ -9,10 +9,10 @@
 #include "core/result_codes.hpp"
 #include "io/common/block_expansion.hpp"
 #include "io/common/input_file.hpp"
-#include "io/common/line_reader.hpp"
 #include "io/common/mesh_assembly.hpp"
 #include "io/common/number_parse.hpp"
 #include "io/common/output_file.hpp"
+#include "io/common/text_scanner.hpp"
 #include "io/common/text_writer.hpp"
 
 namespace zeb {
@@ -237,7 +237,7 @@ class neutral_reader {
   detail::mesh_assembly& mesh() noexcept { return mesh_; }
 
  private:
-  bool next() noexcept { return lines_.next(s_, e_); }
+  bool next() noexcept { return lines_.next_line(s_, e_); }
   field trimmed() const noexcept {
     field f{s_, e_};
     split_record(s_, e_, &f, 1);
@@ -353,7 +353,7 @@ class neutral_reader {
     return mesh_.add_element(type, nodes, l.count, id, property) ? 0 : detail::OUT_OF_MEMORY;
   }
 
-  detail::line_reader lines_;
+  detail::text_scanner lines_;
   detail::mesh_assembly mesh_;
   char* s_ = nullptr;
   char* e_ = nullptr;
@@ -367,14 +367,8 @@ int read_neutral(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect,
   const int r = reader.read();
   if (reader.read_error()) return -1;
   if (r) return r;
-  switch (reader.mesh().finish(pos, connect, ranges, types, ids, node_ids, element_ids)) {
-    case detail::mesh_assembly::outcome::complete:
-      return 0;
-    case detail::mesh_assembly::outcome::out_of_memory:
-      return detail::OUT_OF_MEMORY;
-    default:
-      return -5;
-  }
+  return detail::mesh_assembly::code(reader.mesh().finish(pos, connect, ranges, types, ids, node_ids, element_ids),
+                                     -5, -5);
 }
 
 int read_file(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,

@@ -15,9 +15,9 @@
 
 #include "core/element_model.hpp"
 #include "core/result_codes.hpp"
-#include "io/common/line_reader.hpp"
 #include "io/common/mesh_assembly.hpp"
 #include "io/common/number_parse.hpp"
+#include "io/common/text_scanner.hpp"
 #include "io/nastran_deck.hpp"
 #include "io/nastran_systems.hpp"
 
@@ -491,9 +491,8 @@ int deck_reader::finish_card() noexcept {
 int fail_all(int code, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
              dense1D<int, 8>& types, dense1D<unsigned, 8>& pids, dense1D<unsigned, 8>* node_ids,
              dense1D<unsigned, 8>* element_ids) noexcept {
-  if (node_ids) node_ids->clear_hard();
-  if (element_ids) element_ids->clear_hard();
-  return fail(code, pos, connect, ranges, types, pids);
+  empty_read_outputs(pos, connect, ranges, types, pids, node_ids, element_ids);
+  return code;
 }
 
 }  // namespace
@@ -504,11 +503,11 @@ int read_nastran_deck(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& con
   auto failed = [&](int code) { return fail_all(code, pos, connect, ranges, types, pids, node_ids, element_ids); };
   if (!f || std::ferror(f)) return -1;
 
-  line_reader lines(f);
+  text_scanner lines(f);
   if (!lines.init()) return OUT_OF_MEMORY;
   deck_reader deck;
   char *s, *e;
-  while (!deck.ended() && lines.next(s, e))
+  while (!deck.ended() && lines.next_line(s, e))
     if (const int r = deck.line(s, e, lines.truncated())) return failed(r);
   if (lines.read_error()) return -1;
   if (const int r = deck.finish_card()) return failed(r);
@@ -521,14 +520,8 @@ int read_nastran_deck(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& con
   dense1D<std::uint64_t, 8>& placed = deck.placed();
   dense1D<unsigned, 8> own_ids;
   dense1D<unsigned, 8>* ids = node_ids ? node_ids : placed.empty() ? nullptr : &own_ids;
-  switch (deck.mesh().finish(pos, connect, ranges, types, pids, ids, element_ids)) {
-    case mesh_assembly::outcome::complete:
-      break;
-    case mesh_assembly::outcome::out_of_memory:
-      return failed(OUT_OF_MEMORY);
-    default:
-      return failed(-5);
-  }
+  if (const int r = mesh_assembly::code(deck.mesh().finish(pos, connect, ranges, types, pids, ids, element_ids), -5, -5))
+    return failed(r);
   if (!placed.empty()) {
     // Both lists in ascending ID order, each point once (finish refused
     // repeated IDs).

@@ -42,17 +42,24 @@ inline double length_in_sizes(double L, double a, double b) noexcept {
   return h > 0 ? L / h : 0.0;
 }
 
-// Squared lengths of the edge vector e in the metrics mi and mj (packed,
-// D = 2 or 3), and the edge's length in the metric field, li lj / H(li, lj)
-// (the size varying linearly between the ends).  The length is 0 when
-// either square is not positive (NaN included).
+// Lengths of the edge vector e in the metrics mi and mj (packed, D = 2 or
+// 3): li = sqrt(e^T mi e), lj = sqrt(e^T mj e) (NaN for a negative form).
+// True when both forms are positive (not NaN).
 template <unsigned D>
-inline double metric_edge_length(const double* mi, const double* mj, const double* e, double& li2,
-                                 double& lj2) noexcept {
-  li2 = quadratic_form<D>(mi, e);
-  lj2 = quadratic_form<D>(mj, e);
-  if (!(li2 > 0) || !(lj2 > 0)) return 0.0;
-  const double li = std::sqrt(li2), lj = std::sqrt(lj2);
+inline bool metric_lengths(const double* mi, const double* mj, const double* e, double& li, double& lj) noexcept {
+  const double li2 = quadratic_form<D>(mi, e), lj2 = quadratic_form<D>(mj, e);
+  li = std::sqrt(li2);
+  lj = std::sqrt(lj2);
+  return li2 > 0 && lj2 > 0;
+}
+
+// The lengths li and lj as above, and the edge's length in the metric
+// field, li lj / H(li, lj) (the size varying linearly between the ends):
+// 0 when either form is not positive.
+template <unsigned D>
+inline double metric_edge_length(const double* mi, const double* mj, const double* e, double& li,
+                                 double& lj) noexcept {
+  if (!metric_lengths<D>(mi, mj, e, li, lj)) return 0.0;
   return length_in_sizes(li * lj, li, lj);
 }
 

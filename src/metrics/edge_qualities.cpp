@@ -69,9 +69,9 @@ class metrics_field {
     return s == VALID;
   }
   double quality(unsigned i, unsigned j, const double* pi, const double* pj) const noexcept {
-    double e[D], li2, lj2;
+    double e[D], li, lj;
     for (unsigned k = 0; k < D; ++k) e[k] = pj[k] - pi[k];
-    return detail::metric_edge_length<D>(metric(i), metric(j), e, li2, lj2);
+    return detail::metric_edge_length<D>(metric(i), metric(j), e, li, lj);
   }
 
  private:

@@ -76,6 +76,10 @@ constexpr bool has_boundary_tables(element_type narrowed) noexcept {
   }
 }
 
+// The types whose vertex edges the edge tables give, column by column for
+// the mixed ones (after narrowing by row count): the same types.
+constexpr bool has_edge_tables(element_type narrowed) noexcept { return has_boundary_tables(narrowed); }
+
 // Linear kind of one column of a connectivity of type `type`: read from the
 // markers for the mixed face and solid types, the type itself otherwise.
 inline element_type column_kind(element_type type, const unsigned* col) noexcept {

@@ -36,9 +36,9 @@ int get_connected_elements(const dense2D<unsigned int>& connectivity_arg, dense1
   detail::empty_output(elements, connectivity, offsets);
   if (&offsets == &elements) return detail::bad_argument(3);
   if (connectivity.empty()) return 0;
-  dense1D<unsigned, 8> element_offsets, items;
-  if (detail::build_element_lists(connectivity, element_offsets, items) != 0) return detail::OUT_OF_MEMORY;
-  return detail::transpose_lists(element_offsets, items, offsets, elements);
+  dense1D<unsigned, 8> items;
+  if (detail::build_element_lists(connectivity, items) != 0) return detail::OUT_OF_MEMORY;
+  return detail::transpose_lists(detail::view_of(items, connectivity.rows()), offsets, elements);
 }
 
 int get_ancestors(const dense2D<unsigned int>& connectivity_arg, dense1D<unsigned int, 8>& ancestors) {

@@ -5,7 +5,7 @@
 // search/{merge,degenerate_elements,unused_nodes}.cpp,
 // topology/{element_boundaries,neighbors,node_graph,subdomains,sort_elfes,
 // mesh_boundaries,elements_on_boundaries,edges}.cpp,
-// metrics/{field_repair,field_conversions}.cpp and
+// metrics/{field_repair,field_conversions,gradation,shock,size_generation}.cpp and
 // quality/{shape_qualities,jacobians}.cpp.
 //
 // A row of the table is one call: the role of each argument, a factory of
@@ -640,6 +640,29 @@ const std::vector<aliased_call> table = {
     {"metrics_aniso3d_to_aniso2d(M3, T, M2)", "iik",
      [](G& g) { return slots{field(g, 6, 4), plexa_test::random_coordinates(g, 6, 4), field(g, 3, 5)}; },
      [](S a, unsigned) { return metrics_aniso3d_to_aniso2d(d2(a[0]), d2(a[1]), d2(a[2])); }},
+
+    // Gradation and size generation.
+    {"bound_metric_gradations(pos, connect, type, nodes, frozen, mode, g, H)", "iiix",
+     [](G& g) { return slots{points(g, 2, 8), conn(g, 3, 5, 8), list(g, 8, 2), sizes(g, 8)}; },
+     [](S a, unsigned s) {
+       return bound_metric_gradations(d2(a[0]), u2(a[1]), ELT_TRIA3, u1(a[2]), s % 2 == 0, int(s % 3) - 1, 0.3,
+                                      d1(a[3]));
+     }},
+    {"bound_metric_variations(pos, connect, type, nodes, frozen, mode, g, M)", "iiix",
+     [](G& g) { return slots{points(g, 3, 8), conn(g, 4, 5, 8), list(g, 8, 2), valid_field(g, 6, 8)}; },
+     [](S a, unsigned s) {
+       return bound_metric_variations(d2(a[0]), u2(a[1]), ELT_TETRA4, u1(a[2]), s % 2 == 0, int(s % 3) - 1, 0.3,
+                                      d2(a[3]));
+     }},
+    {"metrics_gen_iso(pos, connect, type, H, p)", "iik",
+     [](G& g) { return slots{points(g, 3, 8), conn(g, 4, 5, 8), sizes(g, 6)}; },
+     [](S a, unsigned s) { return metrics_gen_iso(d2(a[0]), u2(a[1]), ELT_TETRA4, d1(a[2]), double(s % 3)); }},
+    {"H_shock(pos, edges, H, S)", "iiik",
+     [](G& g) { return slots{points(g, 2, 8), conn(g, 2, 6, 8), sizes(g, 8), sizes(g, 5)}; },
+     [](S a, unsigned) { return H_shock(d2(a[0]), u2(a[1]), d1(a[2]), d1(a[3])); }},
+    {"H_shock(pos, edges, M, S)", "iiik",
+     [](G& g) { return slots{points(g, 3, 8), conn(g, 2, 6, 8), valid_field(g, 6, 8), sizes(g, 3)}; },
+     [](S a, unsigned) { return H_shock(d2(a[0]), u2(a[1]), d2(a[2]), d1(a[3])); }},
 };
 
 }  // namespace

@@ -40,8 +40,15 @@ TEST(ResultMessages, NameTheArgumentAndTheReason) {
   EXPECT_EQ(message("shape_qualities(pos, connect, type, metrics, qualities)", -4),
             "argument 4 (metrics): not one valid metric per node (3 rows in 2-D, 6 in 3-D, finite and positive "
             "definite)");
+  EXPECT_EQ(message("bound_metric_gradations(pos, connect, type, nodes, frozen, mode, g, H)", -7),
+            "argument 7 (g): negative or not a number");
   EXPECT_EQ(message("no_such_function(a)", -1), "argument 1 (a): invalid value");
   EXPECT_EQ(message(nullptr, -2), "argument 2: invalid value");
+  // A reader's code about what the file holds: the reason alone.
+  EXPECT_EQ(message("medit_input(path, pos, connect, ranges, types, refs)", -3),
+            "the file is truncated or malformed");
+  EXPECT_EQ(message("medit_input(path, pos, connect, ranges, types, refs)", -1),
+            "argument 1 (path): the file cannot be opened or read");
   // What a reader found in its file is no argument.
   EXPECT_EQ(message("STL_input(path, pos, connect)", -3), "malformed or truncated STL file");
   EXPECT_EQ(message("STL_input(path, pos, connect)", -1), "argument 1 (path): the file cannot be opened");

@@ -38,6 +38,11 @@ std::vector<double> work(const random_mesh& m, const std::string& file) {
   welded.copy(m.connect);
   out.push_back(merge(m.coords, welded, map, 0.3, 0));
   add(map);
+  dense1D<double, 8> sizes;
+  out.push_back(metrics_gen_iso(m.coords, m.connect, m.type, sizes, 1.0));
+  if (!sizes.empty()) sizes[0] *= 0.01;  // a point source for the gradation
+  out.push_back(bound_metric_gradations(m.coords, m.connect, m.type, dense1D<unsigned, 8>(), true, -1, 0.3, sizes));
+  add(sizes);
   out.push_back(medit_output(file.c_str(), m.coords, m.connect, m.type));
   const std::string text = read_file(file);
   out.insert(out.end(), text.begin(), text.end());

@@ -30,12 +30,7 @@ int read_text(const std::string& text, read_mesh& r) {
   return plexa_test::read_text(static_cast<stream_reader>(FEMAP_input), text, r);
 }
 
-int code_of(const std::string& text) {
-  read_mesh r;
-  const int code = read_text(text, r);
-  EXPECT_TRUE(code == 0 || r.empty()) << code;
-  return code;
-}
+int code_of(const std::string& text) { return plexa_test::code_of(static_cast<stream_reader>(FEMAP_input), text); }
 
 const std::string header = "   -1\n   100\nZEB Plexa(R) FEMAP exporter\n4.41,\n   -1\n";
 
@@ -135,14 +130,12 @@ TEST(FemapInput, WrittenFilesReadBackToTheSameMeshAndBytes) {
   }
 }
 
-std::string data(const char* name) { return std::string(PLEXA_TEST_DATA) + "/" + name; }
-
 // Blocks that are not read, blank lines between blocks, records with more
 // fields than read, end records, nodes out of order, a pyramid held as a
 // brick, a CR LF line end.
 TEST(FemapInput, ReadsAHandWrittenFile) {
   read_mesh r;
-  ASSERT_EQ(read(data("femap_sample.neu"), r), 0);
+  ASSERT_EQ(read(data_file("femap_sample.neu"), r), 0);
   EXPECT_EQ(to_vector(r.node_ids), std::vector<unsigned>({10, 20, 30, 40, 50, 60, 70, 80, 90, 100}));
   EXPECT_EQ(to_vector(r.pos), std::vector<double>({0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0.5, 0, 0,
                                                    0.5, 0.5, 0, 0, 0.5, 0, 0, 0, 0.5, 0.5, 0, 0.5, 0, 0.5, 0.5}));
@@ -185,10 +178,10 @@ TEST(FemapInput, ResultCodesInTheirOrder) {
   read_mesh a;
   EXPECT_EQ(FEMAP_input(static_cast<const char*>(nullptr), a.pos, a.connect, a.ranges, a.types, a.ids), -1);
   EXPECT_EQ(FEMAP_input(static_cast<std::FILE*>(nullptr), a.pos, a.connect, a.ranges, a.types, a.ids), -1);
-  ASSERT_EQ(read(data("femap_sample.neu"), a), 0);
+  ASSERT_EQ(read(data_file("femap_sample.neu"), a), 0);
   EXPECT_EQ(FEMAP_input(static_cast<const char*>(nullptr), a.pos, a.connect, a.ranges, a.types, a.ranges), -6);
   EXPECT_TRUE(a.pos.empty() && a.connect.empty() && a.ranges.empty() && a.types.empty());
-  const std::string path = data("femap_sample.neu");
+  const std::string path = data_file("femap_sample.neu");
   EXPECT_EQ(FEMAP_input(path.c_str(), a.pos, a.connect, a.ranges, a.types, a.ids, a.ranges, a.element_ids), -7);
   EXPECT_EQ(FEMAP_input(path.c_str(), a.pos, a.connect, a.ranges, a.types, a.ids, a.node_ids, a.ids), -8);
 
@@ -243,14 +236,12 @@ TEST(FemapInput, TruncatedAndCorruptedFilesGiveACode) {
   const ranged_blocks d = random_ranged_blocks(g, 3, true);
   const std::string path = dir.file("written.neu");
   ASSERT_EQ(FEMAP_output(path.c_str(), d.pos, d.connect, d.ranges, d.types, d.ids), 0);
-  const std::string written = read_file(path), sample = read_file(data("femap_sample.neu"));
-  const char bytes[] = {'\0', '\n', '\r', ',', '-', '1', '0', '.', ' ', 'e', '\xff'};
-  expect_a_code_for_damaged_files(static_cast<stream_reader>(FEMAP_input), {sample, written},
-                                  std::string(bytes, sizeof bytes), 300, 300, g);
+  const std::string written = read_file(path), sample = read_file(data_file("femap_sample.neu"));
+  expect_a_code_for_damaged_files(static_cast<stream_reader>(FEMAP_input), {sample, written.substr(0, 8000)}, 300);
 }
 
 TEST(FemapInput, MemoryFailuresLeaveTheOutputsEmpty) {
-  const std::string path = data("femap_sample.neu");
+  const std::string path = data_file("femap_sample.neu");
   read_mesh r;
   EXPECT_GT(for_each_allocation_failure([&] { return read(path, r); }, [&] { EXPECT_TRUE(r.empty()); }), 5u);
   EXPECT_EQ(read(path, r), 0);

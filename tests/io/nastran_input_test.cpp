@@ -33,12 +33,7 @@ int read_text(const std::string& text, read_mesh& r) {
   return plexa_test::read_text(static_cast<stream_reader>(NASTRAN_input), text, r);
 }
 
-int code_of(const std::string& text) {
-  read_mesh r;
-  const int code = read_text(text, r);
-  EXPECT_TRUE(code == 0 || r.empty()) << code;
-  return code;
-}
+int code_of(const std::string& text) { return plexa_test::code_of(static_cast<stream_reader>(NASTRAN_input), text); }
 
 // The element type a card of the deck holds for a column of `type`, and the
 // rows it keeps: the quadratic types without a card of their own lose their
@@ -79,13 +74,11 @@ TEST(NastranInput, WriterDecksReadBackToTheSameMeshAndBytes) {
   }
 }
 
-std::string data(const char* name) { return std::string(PLEXA_TEST_DATA) + "/" + name; }
-
 // Field forms, continuations, number forms, comments, what comes before
 // BEGIN BULK and after ENDDATA: every line of the sample says what it shows.
 TEST(NastranInput, ReadsEveryFieldFormAndContinuation) {
   read_mesh r;
-  ASSERT_EQ(read(data("nastran_fields.bdf"), r), 0);
+  ASSERT_EQ(read(data_file("nastran_fields.bdf"), r), 0);
   EXPECT_EQ(to_vector(r.node_ids), std::vector<unsigned>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
   EXPECT_EQ(to_vector(r.pos), std::vector<double>({0, 0, 0,  0.15, -5, 1,     7, 2, 1,       1, 2, 3,
                                                    -0.125, 25, -3, 0.25, 0.5, 0.75, 1, 1, 1, 1, 0, 1,
@@ -103,7 +96,7 @@ TEST(NastranInput, ReadsEveryFieldFormAndContinuation) {
 
   // The stream form reads from the stream's position and leaves it open;
   // the overload without IDs gives the same mesh.
-  std::FILE* f = std::fopen(data("nastran_fields.bdf").c_str(), "r");
+  std::FILE* f = std::fopen(data_file("nastran_fields.bdf").c_str(), "r");
   ASSERT_NE(f, nullptr);
   read_mesh s;
   EXPECT_EQ(NASTRAN_input(f, s.pos, s.connect, s.ranges, s.types, s.ids), 0);
@@ -189,7 +182,7 @@ TEST(NastranInput, NodeCountsDecideTheElementType) {
 // another, some defined after the points that use them.
 TEST(NastranInput, TurnsCoordinateSystemsIntoTheBasicOne) {
   read_mesh r;
-  ASSERT_EQ(read(data("nastran_systems.bdf"), r), 0);
+  ASSERT_EQ(read(data_file("nastran_systems.bdf"), r), 0);
   // System 1: the basic axes moved to (1, 2, 3).  System 2 (cylindrical,
   // given in 1): origin (1, 2, 3), x along the basic y, z along z.  System
   // 3 (spherical, given in cylindrical coordinates of 2): origin (1, 2, 3),
@@ -273,24 +266,23 @@ TEST(NastranInput, ResultCodesInTheirOrder) {
 // and leave consistent or empty outputs.
 TEST(NastranInput, TruncatedAndCorruptedDecksGiveACode) {
   scratch_dir dir;
-  const std::string sample = read_file(data("nastran_fields.bdf")) + read_file(data("nastran_systems.bdf"));
+  const std::string sample =
+      read_file(data_file("nastran_fields.bdf")) + read_file(data_file("nastran_systems.bdf"));
   auto g = rng(7);
   const ranged_blocks d = random_ranged_blocks(g, 3, true);
   const std::string written = dir.file("written.nas");
   ASSERT_EQ(NASTRAN_output(written.c_str(), d.pos, d.connect, d.ranges, d.types, d.ids), 0);
   const std::string small = read_file(written).substr(0, 6000);
-  const char bytes[] = {'\0', '\n', '\r', '\t', ',', '$', '+', '*', ' ', '-', '.', 'E', '9', '\xff'};
-  expect_a_code_for_damaged_files(static_cast<stream_reader>(NASTRAN_input), {sample, small},
-                                  std::string(bytes, sizeof bytes), 400, 300, g);
+  expect_a_code_for_damaged_files(static_cast<stream_reader>(NASTRAN_input), {sample, small}, 300);
 }
 
 TEST(NastranInput, MemoryFailuresLeaveTheOutputsEmpty) {
-  const std::string path = data("nastran_fields.bdf");
+  const std::string path = data_file("nastran_fields.bdf");
   read_mesh r;
   const unsigned found = for_each_allocation_failure([&] { return read(path, r); }, [&] { EXPECT_TRUE(r.empty()); });
   EXPECT_GT(found, 5u);
   EXPECT_EQ(read(path, r), 0);
-  const std::string systems = data("nastran_systems.bdf");
+  const std::string systems = data_file("nastran_systems.bdf");
   EXPECT_GT(for_each_allocation_failure([&] { return read(systems, r); }, [&] { EXPECT_TRUE(r.empty()); }), 5u);
 }
 

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdio>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -46,13 +45,14 @@ using stream_reader = int (*)(std::FILE*, zeb::dense2D<double>&, zeb::dense2D<un
 
 // Reads `text` through `reader` (a stream over it); the outputs are left in r.
 int read_text(stream_reader reader, const std::string& text, read_mesh& r);
+// The code of reading `text` through `reader`, with a failure checked to
+// leave every output empty.
+int code_of(stream_reader reader, const std::string& text);
 
-// Reads every prefix of each text (one in `step` of the longer ones) and
-// `trials` copies of them with a few random bytes changed (to `bytes` half
-// of the time): each read gives 0 with node indices below the node count,
-// or one of the file codes -2 to -5 with every output empty.
-void expect_a_code_for_damaged_files(stream_reader reader, const std::vector<std::string>& texts,
-                                     const std::string& bytes, unsigned step, unsigned trials, std::mt19937_64& g);
+// Reads the damaged copies of each text (damaged_copies of files.hpp, with
+// `flips` copies of random bytes): each read gives 0 with node indices below
+// the node count, or one of the file codes -2 to -5 with every output empty.
+void expect_a_code_for_damaged_files(stream_reader reader, const std::vector<std::string>& texts, unsigned flips);
 
 // Checks that r holds what a block writer wrote from d: the nodes in order
 // (IDs 1, 2, ...) to `tolerance` (relative; 0: to the bit), planar ones

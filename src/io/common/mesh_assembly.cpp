@@ -39,6 +39,14 @@ bool mesh_assembly::add_element(element_type type, const unsigned* node_ids, uns
   return true;
 }
 
+bool mesh_assembly::reserve(unsigned nodes, unsigned elements, unsigned per_element) noexcept {
+  const std::uint64_t n = std::uint64_t(node_ids_.size()) + nodes, m = std::uint64_t(elements_.size()) + elements;
+  const std::uint64_t r = refs_.size() + std::uint64_t(elements) * per_element;
+  if (n * dim_ > UINT32_MAX || m > UINT32_MAX || r > UINT32_MAX) return false;
+  return node_ids_.reserve(unsigned(n)) && coords_.reserve(unsigned(n * dim_)) && elements_.reserve(unsigned(m)) &&
+         refs_.reserve(unsigned(r));
+}
+
 namespace {
 
 // Position of a node id: a direct table when the ids are dense enough, a

@@ -28,17 +28,37 @@ struct read_result {
   }
 };
 
-int read_medit(const char* path, mesh& m) {
+// The readers and writers of the block form: nodes, column ranges of one
+// connectivity and one id per element.
+using ranged_reader = int (*)(const char*, zeb::dense2D<double>&, zeb::dense2D<unsigned>&,
+                              zeb::dense1D<unsigned, 8>&, zeb::dense1D<int, 8>&, zeb::dense1D<unsigned, 8>&);
+using ranged_writer = int (*)(const char*, const zeb::dense2D<double>&, const zeb::dense2D<unsigned>&,
+                              const zeb::dense1D<unsigned, 8>&, const zeb::dense1D<int, 8>&,
+                              const zeb::dense1D<unsigned, 8>&, const zeb::plexa::write_options&);
+
+template <ranged_reader Read>
+int read_ranged(const char* path, mesh& m) {
   read_result r;
-  return r.into(zeb::plexa::medit_input(path, r.pos, r.connect, r.ranges, r.types, r.ids), m);
+  return r.into(Read(path, r.pos, r.connect, r.ranges, r.types, r.ids), m);
 }
 
-// The references read, or each block's position.
-int write_medit(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
+// The blocks in one connectivity; an element's id is the one read, or the
+// position of its block + `first_id` (MEDIT references from 0, NASTRAN and
+// FEMAP properties from 1).
+template <ranged_writer Write, unsigned first_id>
+int write_ranged(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
   zeb::dense2D<unsigned> connect;
-  zeb::dense1D<unsigned, 8> ranges, refs;
-  if (!m.joined(connect, ranges) || !m.joined_ids(refs, 0)) return OUT_OF_MEMORY;
-  return zeb::plexa::medit_output(path, m.coords, connect, ranges, m.types, refs, options);
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  if (!m.joined(connect, ranges) || !m.joined_ids(ids, first_id)) return OUT_OF_MEMORY;
+  return Write(path, m.coords, connect, ranges, m.types, ids, options);
+}
+
+// FEMAP's reals are always the shortest text that reads back exactly: it
+// has no digits to choose.
+int femap_output(const char* path, const zeb::dense2D<double>& pos, const zeb::dense2D<unsigned>& connect,
+                 const zeb::dense1D<unsigned, 8>& ranges, const zeb::dense1D<int, 8>& types,
+                 const zeb::dense1D<unsigned, 8>& ids, const zeb::plexa::write_options&) {
+  return zeb::plexa::FEMAP_output(path, pos, connect, ranges, types, ids);
 }
 
 int read_obj(const char* path, mesh& m) {
@@ -61,15 +81,6 @@ int write_obj(const char* path, const mesh& m, const zeb::plexa::write_options& 
 
 int write_vtk(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
   return zeb::plexa::vtk_output(path, m.coords, m.first_block(), m.last_block(), m.types, options);
-}
-
-// The blocks in one connectivity; an element's property number is the one
-// read, or the position of its block + 1.
-int write_nastran(const char* path, const mesh& m, const zeb::plexa::write_options& options) {
-  zeb::dense2D<unsigned> connect;
-  zeb::dense1D<unsigned, 8> ranges, pids;
-  if (!m.joined(connect, ranges) || !m.joined_ids(pids, 1)) return OUT_OF_MEMORY;
-  return zeb::plexa::NASTRAN_output(path, m.coords, connect, ranges, m.types, pids, options);
 }
 
 // The EnSight writer leaves mixed blocks out: they are split by kind first.
@@ -140,18 +151,23 @@ int write_stl(const char* path, const mesh& m, const zeb::plexa::write_options&)
   return STL_output(path, xyz, triangles, false);
 }
 
+constexpr auto read_nastran = read_ranged<zeb::plexa::NASTRAN_input>;
+constexpr auto write_nastran = write_ranged<zeb::plexa::NASTRAN_output, 1>;
 constexpr const char* nastran_signature = "NASTRAN_output(path, pos, connect, ranges, types, pids)";
+constexpr const char* nastran_read_signature = "NASTRAN_input(path, pos, connect, ranges, types, pids)";
 
 constexpr mesh_format formats[] = {
-    {".mesh", "MEDIT", read_medit, write_medit, "medit_input(path, pos, connect, ranges, types, refs)",
-     "medit_output(path, pos, connect, ranges, types, refs)"},
+    {".mesh", "MEDIT", read_ranged<zeb::plexa::medit_input>, write_ranged<zeb::plexa::medit_output, 0>,
+     "medit_input(path, pos, connect, ranges, types, refs)", "medit_output(path, pos, connect, ranges, types, refs)"},
     {".vtk", "VTK", nullptr, write_vtk, nullptr, "vtk_output(path, pos, first, last, types)"},
-    {".nas", "NASTRAN", nullptr, write_nastran, nullptr, nastran_signature},
-    {".bdf", "NASTRAN", nullptr, write_nastran, nullptr, nastran_signature},
+    {".nas", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
+    {".bdf", "NASTRAN", read_nastran, write_nastran, nastran_read_signature, nastran_signature},
     {".obj", "Wavefront OBJ", read_obj, write_obj, "WavefrontOBJ_input(path, pos, connect, ranges, types, groups)",
      "WavefrontOBJ_output(path, pos, connect, ranges, types, ids)"},
     {".stl", "STL", read_stl, write_stl, "STL_input(path, pos, connect)", "STL_output(path, pos, connect, ascii)"},
     {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
+    {".neu", "FEMAP", read_ranged<zeb::plexa::FEMAP_input>, write_ranged<femap_output, 1>,
+     "FEMAP_input(path, pos, connect, ranges, types, ids)", "FEMAP_output(path, pos, connect, ranges, types, ids)"},
 };
 
 // Solutions: the keyword layout as ".sol" (its reader takes both layouts),

@@ -10,7 +10,7 @@ packages=(
   liblapack-dev libgtest-dev libgmock-dev libbenchmark-dev
   libnanoflann-dev
   python3-meshio python3-vtk9  # independent readers for the interoperability tests
-  python3-gmsh  # files written by gmsh, read by the library's readers
+  python3-gmsh  # files written by gmsh (MEDIT, NASTRAN), read by the library's readers
   freefem++ libfreefem++  # a reader of MEDIT solution files (meshio and gmsh have none)
   admesh python3-stl  # independent STL reader and writer for the interoperability tests
   pybind11-dev python3-dev python3-numpy python3-pytest  # the Python module and its tests

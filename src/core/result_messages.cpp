@@ -188,6 +188,7 @@ constexpr reason metrics_reasons[] = {
 constexpr const char* unwritable = "the file cannot be opened or written";
 constexpr const char* unfit_block = "a block does not fit its element type";
 constexpr const char* block_count = "the number of blocks differs from the number of types";
+constexpr const char* unresolved_ids = "an ID is given twice, or named but not defined";
 
 constexpr const char* unreadable = "the file cannot be opened or read";
 constexpr const char* truncated = "the file is truncated or malformed";
@@ -262,6 +263,29 @@ constexpr reason io_reasons[] = {
     {"NASTRAN_output", -4, nullptr, "the ranges decrease or go past the columns"},
     {"NASTRAN_output", -5, nullptr, "its size is not the number of ranges minus one"},
     {"NASTRAN_output", -6, nullptr, "its size differs from the number of columns"},
+    {"NASTRAN_input", -1, nullptr, unreadable},
+    {"NASTRAN_input", -2, NOT_AN_ARGUMENT, "the file holds no card"},
+    {"NASTRAN_input", -3, NOT_AN_ARGUMENT, "a malformed or truncated deck"},
+    {"NASTRAN_input", -4, NOT_AN_ARGUMENT, "a card this reader does not read (an element's node count, INCLUDE)"},
+    {"NASTRAN_input", -5, NOT_AN_ARGUMENT, unresolved_ids},
+    {"NASTRAN_input", -6, nullptr, "the same object as ranges"},
+    {"NASTRAN_input", -7, nullptr, "the same object as ranges or pids"},
+    {"NASTRAN_input", -8, nullptr, "the same object as ranges, pids or node_ids"},
+    {"FEMAP_output", -1, nullptr, unwritable},
+    {"FEMAP_output", -2, nullptr, "its row count is not 2 or 3"},
+    {"FEMAP_output", -3, nullptr, "a block does not fit its element type or names a missing node"},
+    {"FEMAP_output", -4, nullptr, "the ranges decrease or go past the columns"},
+    {"FEMAP_output", -5, nullptr, "its size is not the number of ranges minus one"},
+    {"FEMAP_output", -6, nullptr, "its size differs from the number of columns"},
+    {"FEMAP_input", -1, nullptr, unreadable},
+    {"FEMAP_input", -2, NOT_AN_ARGUMENT, "not a neutral file (no header block first)"},
+    {"FEMAP_input", -3, NOT_AN_ARGUMENT, "a malformed or truncated neutral file"},
+    {"FEMAP_input", -4, NOT_AN_ARGUMENT,
+     "what this reader does not read (a version other than 4.4 and 4.41, a coordinate system, a topology)"},
+    {"FEMAP_input", -5, NOT_AN_ARGUMENT, unresolved_ids},
+    {"FEMAP_input", -6, nullptr, "the same object as ranges"},
+    {"FEMAP_input", -7, nullptr, "the same object as ranges or ids"},
+    {"FEMAP_input", -8, nullptr, "the same object as ranges, ids or node_ids"},
     {"ensight_output", -1, nullptr, unwritable},
     {"ensight_output", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"ensight_output", -3, nullptr, unfit_block},

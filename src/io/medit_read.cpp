@@ -12,6 +12,7 @@
 #include <zeb/plexa/io/medit.hpp>
 
 #include "core/result_codes.hpp"
+#include "io/common/input_file.hpp"
 #include "io/common/mesh_assembly.hpp"
 #include "io/common/text_scanner.hpp"
 
@@ -173,7 +174,7 @@ class mesh_reader {
 
   // Fills the outputs from what was read: 0 or a code.
   int finish(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
-             dense1D<int, 8>& types, dense1D<unsigned, 8>& refs) const noexcept {
+             dense1D<int, 8>& types, dense1D<unsigned, 8>& refs) noexcept {
     // Vertex ids are positions: none can repeat.
     return mesh_assembly::code(nodes_.finish(pos, connect, ranges, types, refs, nullptr, nullptr), MISSING_NODE,
                                MALFORMED);
@@ -368,8 +369,7 @@ int read_solution(std::FILE* f, unsigned& dim, dense2D<double>& values) {
 
 int medit_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect, dense1D<unsigned int, 8>& ranges,
                 dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs) {
-  if (&refs == &ranges) return detail::fail(-6, pos, connect, ranges, types);
-  detail::fail(0, pos, connect, ranges, types, refs);
+  if (const int r = detail::empty_read_outputs(pos, connect, ranges, types, refs, nullptr, nullptr)) return r;
   if (!f || std::ferror(f)) return CANNOT_READ;
   const int r = read_mesh(f, pos, connect, ranges, types, refs);
   return r == 0 ? 0 : detail::fail(r, pos, connect, ranges, types, refs);
@@ -377,13 +377,8 @@ int medit_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& conne
 
 int medit_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
                 dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs) {
-  if (&refs == &ranges) return detail::fail(-6, pos, connect, ranges, types);
-  detail::fail(0, pos, connect, ranges, types, refs);
-  std::FILE* f = path ? std::fopen(path, "r") : nullptr;
-  if (!f) return CANNOT_READ;
-  const int r = medit_input(f, pos, connect, ranges, types, refs);
-  std::fclose(f);
-  return r;
+  if (const int r = detail::empty_read_outputs(pos, connect, ranges, types, refs, nullptr, nullptr)) return r;
+  return detail::with_input_file(path, [&](std::FILE* f) { return medit_input(f, pos, connect, ranges, types, refs); });
 }
 
 int medit_solution_input(std::FILE* f, unsigned int& dim, dense2D<double>& values) {
@@ -397,11 +392,7 @@ int medit_solution_input(std::FILE* f, unsigned int& dim, dense2D<double>& value
 int medit_solution_input(const char* path, unsigned int& dim, dense2D<double>& values) {
   dim = 0;
   values.clear_hard();
-  std::FILE* f = path ? std::fopen(path, "r") : nullptr;
-  if (!f) return CANNOT_READ;
-  const int r = medit_solution_input(f, dim, values);
-  std::fclose(f);
-  return r;
+  return detail::with_input_file(path, [&](std::FILE* f) { return medit_solution_input(f, dim, values); });
 }
 
 }  // namespace plexa

@@ -1,4 +1,5 @@
-// NASTRAN bulk data: the writer.
+// NASTRAN bulk data: the writer, and the entry points of the reader
+// (nastran_read.cpp reads the deck).
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -9,8 +10,11 @@
 #include "core/element_model.hpp"
 #include "core/result_codes.hpp"
 #include "io/common/block_expansion.hpp"
+#include "io/common/input_file.hpp"
+#include "io/common/mesh_assembly.hpp"
 #include "io/common/output_file.hpp"
 #include "io/common/text_writer.hpp"
+#include "io/nastran_deck.hpp"
 
 namespace zeb {
 namespace plexa {
@@ -185,6 +189,12 @@ int write_joined(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigne
 
 }  // namespace
 
+const unsigned char* detail::nastran_node_rows(element_type type, unsigned& count) noexcept {
+  const nastran_card* card = detail::is_element_type(type) ? &nastran_cards[type] : nullptr;
+  count = card && card->name ? card->count : 0;
+  return count ? card->rows : nullptr;
+}
+
 int NASTRAN_output(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                    const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
                    const dense1D<unsigned int, 8>& pids, const write_options& options) {
@@ -229,6 +239,48 @@ int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<u
   output_file file(path);
   if (!file) return -1;
   return file.close(NASTRAN_output(file.get(), pos, connect, type));
+}
+
+namespace {
+
+int read_deck(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+              dense1D<int, 8>& types, dense1D<unsigned, 8>& pids, dense1D<unsigned, 8>* node_ids,
+              dense1D<unsigned, 8>* element_ids) noexcept {
+  if (const int r = detail::empty_read_outputs(pos, connect, ranges, types, pids, node_ids, element_ids)) return r;
+  return detail::read_nastran_deck(f, pos, connect, ranges, types, pids, node_ids, element_ids);
+}
+
+int read_deck(const char* path, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+              dense1D<int, 8>& types, dense1D<unsigned, 8>& pids, dense1D<unsigned, 8>* node_ids,
+              dense1D<unsigned, 8>* element_ids) noexcept {
+  if (const int r = detail::empty_read_outputs(pos, connect, ranges, types, pids, node_ids, element_ids)) return r;
+  return detail::with_input_file(path, [&](std::FILE* f) {
+    return detail::read_nastran_deck(f, pos, connect, ranges, types, pids, node_ids, element_ids);
+  });
+}
+
+}  // namespace
+
+int NASTRAN_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                  dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& pids,
+                  dense1D<unsigned int, 8>& node_ids, dense1D<unsigned int, 8>& element_ids) {
+  return read_deck(f, pos, connect, ranges, types, pids, &node_ids, &element_ids);
+}
+
+int NASTRAN_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                  dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& pids) {
+  return read_deck(f, pos, connect, ranges, types, pids, nullptr, nullptr);
+}
+
+int NASTRAN_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                  dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& pids,
+                  dense1D<unsigned int, 8>& node_ids, dense1D<unsigned int, 8>& element_ids) {
+  return read_deck(path, pos, connect, ranges, types, pids, &node_ids, &element_ids);
+}
+
+int NASTRAN_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                  dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& pids) {
+  return read_deck(path, pos, connect, ranges, types, pids, nullptr, nullptr);
 }
 
 }  // namespace plexa

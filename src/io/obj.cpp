@@ -13,6 +13,7 @@
 #include "core/element_model.hpp"
 #include "core/result_codes.hpp"
 #include "io/common/block_expansion.hpp"
+#include "io/common/input_file.hpp"
 #include "io/common/mesh_assembly.hpp"
 #include "io/common/number_format.hpp"
 #include "io/common/output_file.hpp"
@@ -124,7 +125,7 @@ class obj_reader {
   }
 
   int finish(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
-             dense1D<int, 8>& types, dense1D<unsigned, 8>& groups) const noexcept {
+             dense1D<int, 8>& types, dense1D<unsigned, 8>& groups) noexcept {
     // Vertex ids are positions: none can repeat.
     return mesh_assembly::code(mesh_.finish(pos, connect, ranges, types, groups, nullptr, nullptr), MISSING_NODE,
                                MALFORMED);
@@ -277,11 +278,16 @@ class obj_reader {
   std::unordered_map<std::string, unsigned> numbers_;
 };
 
+// The entry step of both forms: the outputs emptied, ranges and groups
+// being one object refused.
+int empty_outputs(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+                  dense1D<int, 8>& types, dense1D<unsigned, 8>& groups, std::vector<std::string>* names) noexcept {
+  if (names) names->clear();
+  return detail::empty_read_outputs(pos, connect, ranges, types, groups, nullptr, nullptr);
+}
+
 int read_obj(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
              dense1D<int, 8>& types, dense1D<unsigned, 8>& groups, std::vector<std::string>* names) noexcept {
-  if (&groups == &ranges) return detail::fail(-6, pos, connect, ranges, types);
-  detail::fail(0, pos, connect, ranges, types, groups);
-  if (names) names->clear();
   if (!f || std::ferror(f)) return CANNOT_READ;
   obj_reader reader(f, names);
   int r = reader.read();
@@ -291,13 +297,18 @@ int read_obj(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect, den
   return detail::fail(r, pos, connect, ranges, types, groups);
 }
 
+int read_obj_stream(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+                    dense1D<int, 8>& types, dense1D<unsigned, 8>& groups, std::vector<std::string>* names) noexcept {
+  if (const int r = empty_outputs(pos, connect, ranges, types, groups, names)) return r;
+  return read_obj(f, pos, connect, ranges, types, groups, names);
+}
+
 int read_obj_file(const char* path, dense2D<double>& pos, dense2D<unsigned>& connect,
                   dense1D<unsigned, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned, 8>& groups,
                   std::vector<std::string>* names) noexcept {
-  std::FILE* f = path && &groups != &ranges ? std::fopen(path, "r") : nullptr;
-  const int r = read_obj(f ? f : nullptr, pos, connect, ranges, types, groups, names);
-  if (f) std::fclose(f);
-  return r;
+  if (const int r = empty_outputs(pos, connect, ranges, types, groups, names)) return r;
+  return detail::with_input_file(
+      path, [&](std::FILE* f) { return read_obj(f, pos, connect, ranges, types, groups, names); });
 }
 
 // ---------------------------------------------------------------------------
@@ -409,13 +420,13 @@ int write_obj_file(const char* path, const dense2D<double>& pos, const dense2D<u
 
 int WavefrontOBJ_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
                        dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& groups) {
-  return read_obj(f, pos, connect, ranges, types, groups, nullptr);
+  return read_obj_stream(f, pos, connect, ranges, types, groups, nullptr);
 }
 
 int WavefrontOBJ_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
                        dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& groups,
                        std::vector<std::string>& names) {
-  return read_obj(f, pos, connect, ranges, types, groups, &names);
+  return read_obj_stream(f, pos, connect, ranges, types, groups, &names);
 }
 
 int WavefrontOBJ_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,

@@ -10,6 +10,7 @@
 
 #include "core/result_codes.hpp"
 #include "io/common/number_parse.hpp"
+#include "io/common/text_scanner.hpp"
 #include "io/stl_soup.hpp"
 
 namespace zeb {
@@ -19,32 +20,26 @@ namespace detail {
 namespace {
 
 // The lines of a stream, as fgets(line, 256, f) gives them, lower-cased.
-class line_reader {
+class stl_lines {
  public:
   static constexpr unsigned LINE = 255;  // characters of a line at most
-  static constexpr unsigned BLOCK = 1u << 16;
 
-  explicit line_reader(std::FILE* f) noexcept : f_(f) {}
+  explicit stl_lines(std::FILE* f) noexcept : text_(f) {}
 
   // Storage for the blocks; false when it cannot be had.
-  bool init() noexcept { return block_.resize(BLOCK); }
+  bool init() noexcept { return text_.init(); }
 
   // The next line into line(); false when the stream has no character left
   // (or fails to give one).
   bool next() noexcept {
-    if (tail_ - head_ < LINE && !end_) refill();
-    const unsigned available = tail_ - head_;
-    if (available == 0) return false;
-    const char* from = block_.data() + head_;
-    const unsigned look = available < LINE ? available : LINE;
-    const void* newline = std::memchr(from, '\n', look);
-    const unsigned n = newline ? unsigned(static_cast<const char*>(newline) - from) + 1 : look;
+    const char* from;
+    const unsigned n = text_.next_piece(from, LINE);
+    if (n == 0) return false;
     for (unsigned i = 0; i < n; ++i) {
       const char c = from[i];
       line_[i] = c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c;
     }
     line_[n] = '\0';
-    head_ += n;
     return true;
   }
 
@@ -53,25 +48,7 @@ class line_reader {
   bool has(const char* word) const noexcept { return std::strstr(line_, word) != nullptr; }
 
  private:
-  // Moves what is left to the front of the block and reads until it is full
-  // or the stream ends.
-  void refill() noexcept {
-    char* b = block_.data();
-    const unsigned left = tail_ - head_;
-    std::memmove(b, b + head_, left);
-    head_ = 0;
-    tail_ = left;
-    while (tail_ < BLOCK && !end_) {
-      const std::size_t got = std::fread(b + tail_, 1, BLOCK - tail_, f_);
-      tail_ += unsigned(got);
-      if (got == 0) end_ = true;
-    }
-  }
-
-  std::FILE* f_;
-  dense1D<char, 8> block_;
-  unsigned head_ = 0, tail_ = 0;
-  bool end_ = false;
+  text_scanner text_;
   char line_[LINE + 1];
 };
 
@@ -93,7 +70,7 @@ bool scan_three(const char* line, const char* words, double* v) noexcept {
 }
 
 // The ASCII grammar on the lines of r.
-int ascii_grammar(line_reader& r, triangle_soup& soup) noexcept {
+int ascii_grammar(stl_lines& r, triangle_soup& soup) noexcept {
   if (!r.next() || !r.has("solid")) return -2;
   for (;;) {
     bool more;
@@ -123,7 +100,7 @@ float little_float(const unsigned char* b) noexcept { return std::bit_cast<float
 }  // namespace
 
 int read_ascii_soup(std::FILE* f, triangle_soup& soup) noexcept {
-  line_reader r(f);
+  stl_lines r(f);
   if (!r.init()) return OUT_OF_MEMORY;
   return ascii_grammar(r, soup);
 }

@@ -81,8 +81,8 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto info = [](const std::string& m) { return "plexa info: " + m + " (see 'plexa help info')\n"; };
   auto check = [](const std::string& m) { return "plexa check: " + m + " (see 'plexa help check')\n"; };
   auto sizemap = [](const std::string& m) { return "plexa sizemap: " + m + " (see 'plexa help sizemap')\n"; };
-  const std::string known = ".mesh, .vtk, .nas, .bdf, .obj, .stl, .geo";
-  const std::string readable = ".mesh, .obj, .stl";
+  const std::string known = ".mesh, .vtk, .nas, .bdf, .obj, .stl, .geo, .neu";
+  const std::string readable = ".mesh, .nas, .bdf, .obj, .stl, .neu";
   const struct {
     std::vector<const char*> args;
     std::string err;

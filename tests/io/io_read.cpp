@@ -7,6 +7,9 @@
 //     line of coordinates per node ("%.17g"), then per block "block <type>
 //     <count>" and one line per element: its id (reference or group) and
 //     its 0-based nodes (markers left out);
+//   .nas, .bdf (NASTRAN_input), .neu (FEMAP_input): the same, the id of an
+//     element being its property, then "node_ids <n>" and the ID of each
+//     node, one a line, and "element_ids <m>" and the ID of each element;
 //   .sol, .bb (medit_solution_input): "solution <dim> <rows> <nodes>" and
 //     one line of values per node.
 // Exit status 1 with the result code on standard error when reading fails.
@@ -50,10 +53,13 @@ int main(int argc, char** argv) {
   }
   zeb::dense2D<double> pos;
   zeb::dense2D<unsigned> connect;
-  zeb::dense1D<unsigned, 8> ranges, ids;
+  zeb::dense1D<unsigned, 8> ranges, ids, node_ids, element_ids;
   zeb::dense1D<int, 8> types;
-  const int r = ends_with(path, ".obj") ? WavefrontOBJ_input(path, pos, connect, ranges, types, ids)
-                                        : medit_input(path, pos, connect, ranges, types, ids);
+  const bool nastran = ends_with(path, ".nas") || ends_with(path, ".bdf"), femap = ends_with(path, ".neu");
+  const int r = nastran ? NASTRAN_input(path, pos, connect, ranges, types, ids, node_ids, element_ids)
+                : femap ? FEMAP_input(path, pos, connect, ranges, types, ids, node_ids, element_ids)
+                : ends_with(path, ".obj") ? WavefrontOBJ_input(path, pos, connect, ranges, types, ids)
+                                          : medit_input(path, pos, connect, ranges, types, ids);
   if (r != 0) {
     std::fprintf(stderr, "plexa_io_read: %s: code %d\n", path, r);
     return 1;
@@ -67,6 +73,12 @@ int main(int argc, char** argv) {
       for (unsigned i = 0; i < connect.rows() && connect(i, j) != 4294967295u; ++i) std::printf(" %u", connect(i, j));
       std::printf("\n");
     }
+  }
+  if (nastran || femap) {
+    std::printf("node_ids %u\n", node_ids.size());
+    for (unsigned id : node_ids) std::printf("%u\n", id);
+    std::printf("element_ids %u\n", element_ids.size());
+    for (unsigned id : element_ids) std::printf("%u\n", id);
   }
   return 0;
 }

@@ -18,7 +18,7 @@ struct read_mesh {
   dense2D<unsigned> connect;
   dense1D<unsigned, 8> ranges, ids, node_ids, element_ids;
   dense1D<int, 8> types;
-  outcome finish(const mesh_assembly& a) {
+  outcome finish(mesh_assembly& a) {
     return a.finish(pos, connect, ranges, types, ids, &node_ids, &element_ids);
   }
   bool empty() const {

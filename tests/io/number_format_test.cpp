@@ -1,8 +1,8 @@
 // The number formatters against the C library's snprintf in the C locale:
 // the exponent forms ("%E", "%.5e" and the other precisions) and "%f" on
 // seeded random bit patterns, values next to rounding ties, exact ties on
-// every arithmetic path, and the extremes of the double range; "%d"; field
-// widths.
+// every arithmetic path, and the extremes of the double range; "%d" and
+// "%u"; field widths; the shortest text that reads back exactly.
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -25,6 +25,8 @@ using zeb::plexa::detail::format_exponent;
 using zeb::plexa::detail::format_exponent_exact;
 using zeb::plexa::detail::format_fixed;
 using zeb::plexa::detail::format_int;
+using zeb::plexa::detail::format_shortest;
+using zeb::plexa::detail::format_unsigned;
 
 double from_bits(std::uint64_t b) {
   double v;
@@ -208,6 +210,45 @@ TEST(NumberFormat, IntegersMatchSnprintf) {
     const char* end = format_int(v, mine);
     const int n = std::snprintf(theirs, sizeof theirs, "%d", v);
     ASSERT_EQ(std::string(mine, std::size_t(end - mine)), std::string(theirs, std::size_t(n)));
+  }
+}
+
+TEST(NumberFormat, UnsignedMatchesSnprintf) {
+  auto g = plexa_test::rng(6);
+  std::vector<unsigned> values = {0, 1, 9, 10, 2147483647u, 2147483648u, 4294967295u};
+  for (int i = 0; i < 20000; ++i) values.push_back(unsigned(g()) >> (g() % 32));
+  for (unsigned v : values) {
+    char mine[16], theirs[16];
+    const int n = std::snprintf(theirs, sizeof theirs, "%u", v);
+    ASSERT_EQ(std::string(mine, format_unsigned(v, mine)), std::string(theirs, std::size_t(n)));
+  }
+}
+
+// The shortest text: a few spelled out, then random bit patterns, each read
+// back by strtod to the same bits and never longer than "%.17g" (plus the
+// point added to integers).
+TEST(NumberFormat, ShortestTextReadsBackExactly) {
+  char text[64];
+  auto shortest = [&](double v) { return std::string(text, format_shortest(v, text)); };
+  EXPECT_EQ(shortest(0.0), "0.");
+  EXPECT_EQ(shortest(-0.0), "-0.");
+  EXPECT_EQ(shortest(1.0), "1.");
+  EXPECT_EQ(shortest(-1.5), "-1.5");
+  EXPECT_EQ(shortest(0.1), "0.1");
+  EXPECT_EQ(shortest(1e-7), "1e-07");
+  EXPECT_EQ(shortest(12345.678), "12345.678");
+  EXPECT_EQ(shortest(1e300), "1e+300");
+  EXPECT_EQ(shortest(123456789012345680000.0), "123456789012345683968.");
+  EXPECT_EQ(shortest(-DBL_MAX), "-1.7976931348623157e+308");
+  EXPECT_EQ(shortest(double(INFINITY)), "inf");
+  auto g = plexa_test::rng(8);
+  for (int i = 0; i < 200000; ++i) {
+    const double v = from_bits(g());
+    if (std::isnan(v)) continue;
+    const std::string t = shortest(v);
+    ASSERT_EQ(std::strtod(t.c_str(), nullptr), v) << t;
+    char longest[64];
+    ASSERT_LE(t.size(), std::size_t(std::snprintf(longest, sizeof longest, "%.17g", v)) + 1) << t;
   }
 }
 

@@ -1,9 +1,12 @@
 // The number reader (src/io/common/number_parse.cpp) against the C
 // library's sscanf("%lg") in the C locale: what it takes and what it
 // reads, bit for bit, on seeded random strings over the characters that
-// matter to the scanner, on random doubles printed in every form, and on
-// the quirks by name; the same results under a decimal-comma locale.
+// matter to the scanner, on random doubles printed in every form and on
+// values of mesh sizes printed short, and on the quirks by name; the same
+// results under a decimal-comma locale.  The digit runs of the readers'
+// integer fields against a plain loop.
 #include <clocale>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -100,6 +103,37 @@ TEST(NumberParse, PrintedDoublesReadBackAsScanfReadsThem) {
     char text[400];
     std::snprintf(text, sizeof text, formats[t % 8], v);
     ASSERT_TRUE(reads_as_scanf(text));
+  }
+}
+
+// Values of the size mesh files hold, printed with few digits: the short
+// decimal path (at most 15 significant digits, a power of ten within 22).
+TEST(NumberParse, ShortDecimalsReadBackAsScanfReadsThem) {
+  auto g = plexa_test::rng(79);
+  std::uniform_real_distribution<double> coordinate(-2000.0, 2000.0);
+  const char* formats[] = {"%.6E", "%.15g", "%g", "%f", "%.3f", "%.12e", "%.0f", "%.14e"};
+  for (unsigned t = 0; t < 200000; ++t) {
+    const double v = coordinate(g) * std::pow(10.0, double(int(g() % 45) - 22));
+    char text[400];
+    std::snprintf(text, sizeof text, formats[t % 8], v);
+    ASSERT_TRUE(reads_as_scanf(text));
+  }
+}
+
+// Runs of up to eight digits, eight bytes at a time, against a plain loop.
+TEST(NumberParse, LeadingDigitsOfAWord) {
+  using zeb::plexa::detail::leading_digits;
+  auto g = plexa_test::rng(80);
+  const char alphabet[] = "/:,. +-\xff\xfa\0";  // the NUL of the literal is one of them
+  for (unsigned t = 0; t < 200000; ++t) {
+    char text[8];
+    for (char& c : text) c = g() % 2 ? char('0' + g() % 10) : alphabet[g() % sizeof alphabet];
+    unsigned n = 0;
+    std::uint32_t want = 0;
+    for (; n < 8 && text[n] >= '0' && text[n] <= '9'; ++n) want = want * 10 + std::uint32_t(text[n] - '0');
+    std::uint32_t got = 0;
+    ASSERT_EQ(leading_digits(text, got), n) << std::string(text, 8);
+    if (n > 0) ASSERT_EQ(got, want) << std::string(text, 8);
   }
 }
 

@@ -5,9 +5,10 @@
 # by meshio and numpy-stl (python3-stl) are read by the library
 # (plexa_io_samples --read-stl); MEDIT and OBJ files that meshio and gmsh
 # (python3-gmsh) write are read by the library (plexa_io_read prints what it
-# read); the library's MEDIT solutions are read by FreeFem++ (freefem++,
-# libfreefem++), meshio and gmsh having no reader of them.  A test reports
-# itself skipped when the other program is missing.
+# read), and so are the NASTRAN decks they write; the library's MEDIT
+# solutions are read by FreeFem++ (freefem++, libfreefem++), meshio and gmsh
+# having no reader of them.  A test reports itself skipped when the other
+# program is missing.
 add_executable(plexa_io_samples ${CMAKE_CURRENT_LIST_DIR}/io_samples.cpp)
 target_link_libraries(plexa_io_samples PRIVATE zeb::plexa)
 plexa_target_defaults(plexa_io_samples)
@@ -30,7 +31,8 @@ if(EXISTS /usr/bin/python3)
              COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/stl_check.py ${check}
                      $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/${check})
   endforeach()
-  foreach(check medit_from_meshio obj_from_meshio medit_from_gmsh sol_read_by_freefem)
+  foreach(check medit_from_meshio obj_from_meshio medit_from_gmsh sol_read_by_freefem nastran_from_meshio
+                nastran_from_gmsh)
     add_test(NAME io.${check}
              COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/readers_check.py ${check}
                      $<TARGET_FILE:plexa_io_read> $<TARGET_FILE:plexa_io_samples> ${CMAKE_CURRENT_BINARY_DIR}/${check})
@@ -38,7 +40,7 @@ if(EXISTS /usr/bin/python3)
   set_tests_properties(io.medit_read_by_meshio io.vtk_read_by_vtk io.vtk_read_by_meshio io.nastran_read_by_meshio
                        io.ensight_read_by_vtk io.stl_read_by_admesh io.stl_read_by_meshio io.stl_written_by_meshio
                        io.stl_written_by_numpy_stl io.medit_from_meshio io.obj_from_meshio io.medit_from_gmsh
-                       io.sol_read_by_freefem PROPERTIES SKIP_RETURN_CODE 77)
+                       io.sol_read_by_freefem io.nastran_from_meshio io.nastran_from_gmsh PROPERTIES SKIP_RETURN_CODE 77)
 else()
   message(STATUS "the io interoperability tests are not registered: /usr/bin/python3 is missing")
 endif()

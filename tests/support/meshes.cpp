@@ -266,4 +266,52 @@ dense2D<unsigned> with_fins(const dense2D<unsigned>& connect, unsigned first_new
   return out;
 }
 
+ranged_blocks random_ranged_blocks(std::mt19937_64& g, unsigned dim, bool quadratic) {
+  std::vector<random_mesh> parts;
+  std::vector<cell_cut> cuts = {cell_cut::triangles, cell_cut::quadrangles, cell_cut::mixed_faces};
+  if (dim == 3) {
+    cuts = {cell_cut::tetrahedra, cell_cut::pyramids, cell_cut::wedges, cell_cut::hexahedra, cell_cut::triangles};
+    if (!quadratic) cuts.push_back(cell_cut::mixed_solids);
+  }
+  for (cell_cut c : cuts) parts.push_back(random_conforming_mesh(g, c, 3, 2, dim == 3 ? 2 : 1));
+  unsigned n = 27, m = 0;
+  for (const random_mesh& p : parts) n = std::max(n, p.coords.cols()), m += p.connect.cols();
+  using namespace zeb::plexa;
+  std::vector<element_type> higher;
+  if (quadratic)
+    higher = {ELT_EDGE2,  ELT_EDGE3,  ELT_TRIA6,   ELT_QUAD8,   ELT_QUAD9,  ELT_TETRA10,
+              ELT_PYRA13, ELT_PYRA14, ELT_WEDGE15, ELT_WEDGE18, ELT_HEXA20, ELT_HEXA27};
+  m += 2 * unsigned(higher.size());
+
+  ranged_blocks d;
+  std::uniform_real_distribution<double> coordinate(-50.0, 50.0);
+  d.pos.resize(dim, n);
+  for (unsigned p = 0; p < n; ++p)
+    for (unsigned k = 0; k < dim; ++k) d.pos(k, p) = coordinate(g);
+  d.connect.resize(quadratic ? 27 : 8, m, 4294967295u);
+  d.ids.resize(m);
+  d.ranges.resize(1, 0u);
+  unsigned j = 0;
+  auto block = [&](element_type type) {
+    d.types.push_back(type);
+    d.ranges.push_back(j);
+  };
+  for (const random_mesh& p : parts) {
+    for (unsigned c = 0; c < p.connect.cols(); ++c, ++j)
+      for (unsigned i = 0; i < p.connect.rows(); ++i) d.connect(i, j) = p.connect(i, c);
+    block(p.type);
+  }
+  std::vector<unsigned> nodes(n);
+  for (unsigned k = 0; k < n; ++k) nodes[k] = k;
+  for (element_type t : higher) {
+    for (unsigned c = 0; c < 2; ++c, ++j) {
+      std::shuffle(nodes.begin(), nodes.end(), g);
+      for (unsigned i = 0; i < nbr_nodes(t); ++i) d.connect(i, j) = nodes[i];
+    }
+    block(t);
+  }
+  for (unsigned k = 0; k < m; ++k) d.ids[k] = unsigned(g() % 1000);
+  return d;
+}
+
 }  // namespace plexa_test

@@ -68,4 +68,22 @@ std::set<std::pair<unsigned, unsigned>> vertex_edges(const zeb::dense2D<unsigned
 zeb::dense2D<unsigned> with_fins(const zeb::dense2D<unsigned>& connect, unsigned first_new_node, unsigned count,
                                  std::mt19937_64& g);
 
+// Blocks sharing one connectivity, as the block writers (NASTRAN, FEMAP)
+// take them: block i is the columns ranges[i] to ranges[i+1] - 1, of type
+// types[i]; one id (property) per column.
+struct ranged_blocks {
+  zeb::dense2D<double> pos;
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  zeb::dense1D<int, 8> types;
+};
+
+// Random conforming meshes of the linear kinds of `dim` dimensions (mixed
+// blocks included) over dim x n random nodes, and, when `quadratic`, two
+// elements of every quadratic type (and ELT_EDGE2) on distinct random
+// nodes, in a 27-row connectivity (the writers read mixed solids from 8
+// rows only: they are left out then, and the connectivity has 8 rows
+// otherwise); ids below 1000.
+ranged_blocks random_ranged_blocks(std::mt19937_64& g, unsigned dim, bool quadratic);
+
 }  // namespace plexa_test

@@ -2,7 +2,8 @@
 //
 //   zeb/plexa/io/medit.hpp     MEDIT mesh and solution files, read and written
 //   zeb/plexa/io/vtk.hpp       legacy VTK unstructured grids
-//   zeb/plexa/io/nastran.hpp   NASTRAN bulk data
+//   zeb/plexa/io/nastran.hpp   NASTRAN bulk data, written and read
+//   zeb/plexa/io/femap.hpp     FEMAP neutral files, written and read
 //   zeb/plexa/io/ensight.hpp   EnSight ASCII geometry files
 //   zeb/plexa/io/stl.hpp       STL surfaces, ASCII and binary, read and written
 //   zeb/plexa/io/obj.hpp       Wavefront OBJ polygon meshes, read and written
@@ -18,6 +19,7 @@
 #pragma once
 
 #include <zeb/plexa/io/ensight.hpp>
+#include <zeb/plexa/io/femap.hpp>
 #include <zeb/plexa/io/medit.hpp>
 #include <zeb/plexa/io/nastran.hpp>
 #include <zeb/plexa/io/obj.hpp>

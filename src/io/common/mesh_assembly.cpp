@@ -3,6 +3,7 @@
 #include "io/common/mesh_assembly.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 
 #include "core/element_model.hpp"
@@ -27,8 +28,11 @@ bool mesh_assembly::add_element(element_type type, const unsigned* node_ids, uns
                                 unsigned id) noexcept {
   const unsigned first = refs_.size();
   if (std::uint64_t(first) + count > UINT32_MAX - 1 || !refs_.resize(first + count)) return false;
-  std::copy(node_ids, node_ids + count, refs_.data() + first);
-  if (!elements_.push_back(element{int(type), first, count, element_id, id})) {
+  unsigned* to = refs_.data() + first;
+  for (unsigned k = 0; k < count; ++k) to[k] = node_ids[k];
+  assert(count <= 255 && type < 256);
+  if (!elements_.push_back(element{static_cast<unsigned char>(type), static_cast<unsigned char>(count), element_id,
+                                   id})) {
     refs_.resize(first);
     return false;
   }
@@ -74,31 +78,33 @@ class id_lookup {
 
 }  // namespace
 
+// A matrix viewing the entries of `v` as `cols` columns of `rows`: the
+// storage is handed over, not copied.
+template <class T>
+dense2D<T> as_matrix(const dense1D<T, 8>& v, unsigned rows, unsigned cols) noexcept {
+  Ptr<vector_num<T, 8>> storage;
+  storage = v.storage();
+  return dense2D<T>(storage, v.start(), rows, cols, rows);
+}
+
 mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsigned>& connect,
                                              dense1D<unsigned, 8>& ranges, dense1D<int, 8>& types,
                                              dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
-                                             dense1D<unsigned, 8>* element_ids) const noexcept {
-  auto empty_all = [&] {
-    pos.clear_hard();
-    connect.clear_hard();
-    ranges.clear_hard();
-    types.clear_hard();
-    ids.clear_hard();
-    if (node_ids) node_ids->clear_hard();
-    if (element_ids) element_ids->clear_hard();
-  };
+                                             dense1D<unsigned, 8>* element_ids) noexcept {
   auto fail = [&](outcome o) {
-    empty_all();
+    empty_read_outputs(pos, connect, ranges, types, ids, node_ids, element_ids);
+    *this = mesh_assembly(dim_);
     return o;
   };
-  empty_all();
+  empty_read_outputs(pos, connect, ranges, types, ids, node_ids, element_ids);
 
   // Nodes in ascending id order; equal neighbours are a repeated id.
   const unsigned n = node_ids_.size(), m = elements_.size();
   dense1D<std::uint64_t, 8> sorted;
   if (!sorted.resize(n)) return fail(outcome::out_of_memory);
   for (unsigned i = 0; i < n; ++i) sorted[i] = std::uint64_t(node_ids_[i]) << 32 | i;
-  std::sort(sorted.begin(), sorted.end());
+  const bool in_order = std::is_sorted(sorted.begin(), sorted.end());
+  if (!in_order) std::sort(sorted.begin(), sorted.end());
   for (unsigned p = 1; p < n; ++p)
     if ((sorted[p] >> 32) == (sorted[p - 1] >> 32)) return fail(outcome::duplicate_node);
   id_lookup lookup;
@@ -106,22 +112,39 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
 
   unsigned rows = 0, blocks = 0;
   for (unsigned e = 0; e < m; ++e) {
-    rows = std::max(rows, elements_[e].count);
+    rows = std::max(rows, unsigned(elements_[e].count));
     if (e == 0 || elements_[e].type != elements_[e - 1].type) ++blocks;
   }
-  if (!pos.resize(dim_, n) || !connect.resize(rows, m, NO_INDEX) || !ranges.resize(blocks + 1) ||
-      !types.resize(blocks) || !ids.resize(m) || (node_ids && !node_ids->resize(n)) ||
+  bool uniform = m > 0 && rows > 0;  // every element has `rows` nodes
+  for (unsigned e = 0; e < m && uniform; ++e) uniform = elements_[e].count == rows;
+  if (!ranges.resize(blocks + 1) || !types.resize(blocks) || !ids.resize(m) || (node_ids && !node_ids->resize(n)) ||
       (element_ids && !element_ids->resize(m)))
     return fail(outcome::out_of_memory);
 
-  double* x = pos.data();
-  for (unsigned p = 0; p < n; ++p) {
-    const unsigned i = unsigned(sorted[p]);
-    for (unsigned k = 0; k < dim_; ++k) x[std::size_t(p) * dim_ + k] = coords_[i * dim_ + k];
-    if (node_ids) (*node_ids)[p] = unsigned(sorted[p] >> 32);
+  // Nodes added in id order are already the coordinate matrix.
+  if (in_order && n > 0) {
+    pos = as_matrix(coords_, dim_, n);
+  } else {
+    if (!pos.resize(dim_, n)) return fail(outcome::out_of_memory);
+    double* x = pos.data();
+    for (unsigned p = 0; p < n; ++p) {
+      const unsigned i = unsigned(sorted[p]);
+      for (unsigned k = 0; k < dim_; ++k) x[std::size_t(p) * dim_ + k] = coords_[i * dim_ + k];
+    }
   }
-  unsigned* c = connect.data();
-  unsigned b = 0;
+  if (node_ids)
+    for (unsigned p = 0; p < n; ++p) (*node_ids)[p] = unsigned(sorted[p] >> 32);
+
+  // Elements of one node count: their node ids, resolved in place, are the
+  // connectivity.
+  unsigned* c;
+  if (uniform) {
+    c = refs_.data();
+  } else {
+    if (!connect.resize(rows, m, NO_INDEX)) return fail(outcome::out_of_memory);
+    c = connect.data();
+  }
+  unsigned b = 0, first = 0;
   for (unsigned e = 0; e < m; ++e) {
     const element& el = elements_[e];
     if (e == 0 || el.type != elements_[e - 1].type) {
@@ -129,15 +152,34 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
       types[b++] = el.type;
     }
     for (unsigned k = 0; k < el.count; ++k) {
-      const unsigned at = lookup.position(refs_[el.first + k]);
+      const unsigned at = lookup.position(refs_[first + k]);
       if (at == NO_INDEX) return fail(outcome::missing_node);
       c[std::size_t(e) * rows + k] = at;
     }
+    first += el.count;
     ids[e] = el.id;
     if (element_ids) (*element_ids)[e] = el.element_id;
   }
+  if (uniform) connect = as_matrix(refs_, rows, m);
   ranges[blocks] = m;
+  *this = mesh_assembly(dim_);
   return outcome::complete;
+}
+
+int empty_read_outputs(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+                       dense1D<int, 8>& types, dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
+                       dense1D<unsigned, 8>* element_ids) noexcept {
+  pos.clear_hard();
+  connect.clear_hard();
+  ranges.clear_hard();
+  types.clear_hard();
+  ids.clear_hard();
+  if (node_ids) node_ids->clear_hard();
+  if (element_ids) element_ids->clear_hard();
+  if (&ids == &ranges) return -6;
+  if (node_ids && (node_ids == &ranges || node_ids == &ids)) return -7;
+  if (element_ids && (element_ids == &ranges || element_ids == &ids || element_ids == node_ids)) return -8;
+  return 0;
 }
 
 }  // namespace detail

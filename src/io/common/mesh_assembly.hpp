@@ -43,8 +43,8 @@ class mesh_assembly {
 
   // Adds a node; false when memory runs out.
   bool add_node(unsigned id, const double* x) noexcept;
-  // Adds an element of `count` nodes (named by their ids); false when memory
-  // runs out.
+  // Adds an element of `count` nodes (named by their ids, at most 255);
+  // false when memory runs out.
   bool add_element(element_type type, const unsigned* node_ids, unsigned count, unsigned element_id,
                    unsigned id) noexcept;
 
@@ -59,15 +59,19 @@ class mesh_assembly {
 
   // Fills the outputs (emptied first; node_ids and element_ids may be null
   // when not wanted).  On any outcome but complete every output is empty.
+  // The assembly is empty afterwards, whatever the outcome: its storage
+  // becomes the outputs where it can (the coordinates when the nodes came
+  // in id order, the node ids when the elements all have one node count).
   outcome finish(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
                  dense1D<int, 8>& types, dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
-                 dense1D<unsigned, 8>* element_ids) const noexcept;
+                 dense1D<unsigned, 8>* element_ids) noexcept;
 
  private:
+  // An element; its node ids follow those of the elements before it in
+  // refs_.
   struct element {
-    int type;
-    unsigned first;  // position of its first node id in refs_
-    unsigned count;
+    unsigned char type;
+    unsigned char count;
     unsigned element_id;
     unsigned id;
   };
@@ -78,6 +82,15 @@ class mesh_assembly {
   dense1D<unsigned, 8> refs_;  // node ids of all elements, one after the other
   dense1D<element, 8> elements_;
 };
+
+// The entry step of a reader that returns the mesh shape above: every
+// output emptied (its storage released), then the code of two outputs that
+// are one object, the later one's (ids -6, node_ids -7, element_ids -8, as
+// the readers number their arguments), or 0.  node_ids and element_ids may
+// be null when not asked for.
+int empty_read_outputs(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
+                       dense1D<int, 8>& types, dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
+                       dense1D<unsigned, 8>* element_ids) noexcept;
 
 }  // namespace detail
 }  // namespace plexa

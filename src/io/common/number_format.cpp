@@ -443,6 +443,18 @@ char* format_fixed(double value, char* out) noexcept {
   return out + 7;
 }
 
+char* format_shortest(double value, char* out) noexcept {
+  char* const end = std::to_chars(out, out + SHORTEST_TEXT_MAX, value).ptr;
+  for (char* p = out; p < end; ++p)
+    if (*p != '-' && (*p < '0' || *p > '9')) return end;
+  *end = '.';
+  return end + 1;
+}
+
+char* format_unsigned(unsigned value, char* out) noexcept {
+  return std::to_chars(out, out + UNSIGNED_TEXT_MAX, value).ptr;
+}
+
 char* format_int(int value, char* out) noexcept { return format_int(value, 0, out); }
 
 char* format_int(int value, unsigned width, char* out) noexcept {

@@ -16,6 +16,8 @@ constexpr unsigned FIXED_TEXT_MAX = 317;
 constexpr unsigned INT_TEXT_MAX = 11;
 // format_real without a field: "-1.2345678901234567e-308".
 constexpr unsigned REAL_TEXT_MAX = 24;
+constexpr unsigned SHORTEST_TEXT_MAX = 26;
+constexpr unsigned UNSIGNED_TEXT_MAX = 10;
 
 // An exponent form: the digits after the point (1 to 6) and the exponent
 // letter, 'E' (upper-case text, "INF", "NAN") or 'e' (lower-case, "inf",
@@ -59,11 +61,22 @@ char* format_real(double value, int digits, char letter, unsigned width, char* o
 // written (at most FIXED_TEXT_MAX bytes).
 char* format_fixed(double value, char* out) noexcept;
 
+// Writes the shortest text that reads back as exactly `value` (the
+// characters of std::to_chars without a format: the fixed or the
+// exponent form, whichever is shorter, "e" with a sign and at least two
+// exponent digits), with a point added when the text is an integer, so
+// that it reads as a real in every format: "1.", "-0.", "0.5", "1e-07",
+// "1.2345678901234567e+300", "inf", "-nan".  Returns one past the last
+// byte written (at most SHORTEST_TEXT_MAX bytes).
+char* format_shortest(double value, char* out) noexcept;
+
 // Writes `value` as "%d" does, or as "%<width>d" (right-aligned in a field
 // of `width` characters).  Returns one past the last byte written (at most
 // max(width, INT_TEXT_MAX) bytes).
 char* format_int(int value, char* out) noexcept;
 char* format_int(int value, unsigned width, char* out) noexcept;
+// Writes `value` as "%u" does (at most UNSIGNED_TEXT_MAX bytes).
+char* format_unsigned(unsigned value, char* out) noexcept;
 
 }  // namespace detail
 }  // namespace plexa

@@ -1,5 +1,6 @@
 // "%lg" without stdio: the scanner follows the C library's rules for the
-// characters a floating-point conversion takes; the conversion goes through
+// characters a floating-point conversion takes; the conversion of short
+// decimal numbers is one exact division or product, the others go through
 // std::from_chars (exact and locale-free), with the cases it reports out of
 // range decided here: those are far beyond the double range on one side or
 // the other, so the position of the leading digit and the exponent tell an
@@ -58,6 +59,43 @@ bool too_large(const char* p, const char* last, char exponent_letter, long digit
     else if (seen && !point) lead += digit_weight;
   }
   return lead + (p < last ? exponent_at(p, last) : 0) >= 0;
+}
+
+// The value of a decimal text [p, last) of at most 15 significant digits
+// and a power of ten within 10^-22 to 10^22, by exact_decimal (the strtod
+// fast path).  False for other texts, left to the general conversion.
+bool small_decimal(const char* p, const char* last, double& value) noexcept {
+  std::uint64_t m = 0;
+  int significant = 0, exponent = 0;
+  bool digit = false, point = false;
+  for (; p < last; ++p) {
+    if (*p == '.' && !point) {
+      point = true;
+      continue;
+    }
+    if (!is_digit(*p)) break;
+    digit = true;
+    exponent -= point;
+    if (m == 0 && *p == '0') continue;  // a leading zero
+    if (++significant > 15) return false;
+    m = m * 10 + unsigned(*p - '0');
+  }
+  if (!digit) return false;
+  if (p < last && lower(*p) == 'e') {
+    ++p;
+    const bool negative = p < last && *p == '-';
+    if (p < last && (*p == '-' || *p == '+')) ++p;
+    int e = 0;
+    for (; p < last && is_digit(*p); ++p)
+      if ((e = e * 10 + (*p - '0')) > 1000) return false;
+    exponent += negative ? -e : e;
+  }
+  if (p != last) return false;
+  if (m == 0) {
+    value = 0.0;
+    return true;
+  }
+  return exact_decimal(m, exponent, value);
 }
 
 }  // namespace
@@ -134,6 +172,10 @@ bool convert_double(const number_text& number, double& value) noexcept {
     v = std::numeric_limits<double>::infinity();
   } else {
     const bool hex = p + 1 < last && p[0] == '0' && lower(p[1]) == 'x';
+    if (!hex && small_decimal(p, last, v)) {
+      value = negative ? -v : v;
+      return true;
+    }
     const char* digits = hex ? p + 2 : p;
     const std::chars_format form = hex ? std::chars_format::hex : std::chars_format::general;
     const std::from_chars_result r = std::from_chars(digits, last, v, form);

@@ -1,20 +1,33 @@
-// Tokens of a text file for the readers of keyword formats (MEDIT, OBJ).
+// The text of a file for every text reader, read in blocks into a buffer of
+// the scanner's own, and handed out in place in one of three ways (a reader
+// uses one of them for a whole file):
 //
-// The stream is read in blocks into a buffer of its own; a token (a run of
-// characters that are not white space) is always whole in the buffer and
-// followed there by a character that ends it (white space, or a NUL placed
-// after the last byte read), so that the number readers of number_parse.hpp
-// can work on it in place.  A token longer than TOKEN_MAX characters is
-// refused (the reader reports a malformed file), which keeps the memory of
-// a reader independent of what the file holds.
+//  - tokens (MEDIT, OBJ): runs of characters that are not white space,
+//    always whole in the buffer and followed there by a character that ends
+//    them (white space, or the NUL placed after the last byte read), so that
+//    the number readers of number_parse.hpp work on them in place.  A token
+//    longer than token_max() characters is refused (too_long() then tells).
+//    White space is the C locale's; a '\n' is a line end, which the
+//    line-based statements (OBJ) ask for separately.  A NUL byte in the file
+//    is an ordinary character of a token (a number followed by one is
+//    malformed).
+//  - lines (NASTRAN bulk data, FEMAP neutral files): the characters up to a
+//    '\n' (or the end of the stream), without the '\n' and without a '\r'
+//    just before it, NUL-terminated in the buffer (the NUL is written over
+//    the '\n').  A NUL byte inside a line is an ordinary character.  A line
+//    longer than line_limit() characters (a '\r' before its '\n' counted)
+//    is cut: its first line_limit() characters are given (without a last
+//    '\r'), truncated() says so, and the rest of it is skipped.  At least PADDING initialised bytes follow the NUL of every
+//    line, so that a reader may load words that run past the line's end.
+//  - pieces (STL): the characters up to and including the next '\n', at
+//    most a given number of them, as fgets gives them.
 //
-// White space is the C locale's; a '\n' is a line end, which the line-based
-// readers ask for separately.  A NUL byte in the file is an ordinary
-// character of a token (so a number followed by one is malformed).
+// The memory of a scanner is one block, whatever the file holds.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include <zeb/dense.hpp>
 
@@ -26,8 +39,10 @@ namespace detail {
 
 class text_scanner {
  public:
-  static constexpr unsigned BLOCK = 1u << 16;
-  static constexpr unsigned TOKEN_MAX = BLOCK / 2;
+  static constexpr unsigned BLOCK = 1u << 19;
+  static constexpr unsigned TOKEN_MAX = 1u << 15;
+  static constexpr unsigned LINE_LIMIT = 1u << 12;
+  static constexpr unsigned PADDING = 8;
 
   // The characters of a token, [first, last), inside the buffer.
   struct token {
@@ -36,12 +51,26 @@ class text_scanner {
     unsigned size() const noexcept { return unsigned(last - first); }
   };
 
-  explicit text_scanner(std::FILE* f) noexcept : f_(f) {}
+  // A scanner of f.  `block` (at least 16) sizes the buffer; the limits of
+  // tokens and lines are TOKEN_MAX and LINE_LIMIT, or half the block when
+  // that is less (small blocks are for tests of the refills).
+  explicit text_scanner(std::FILE* f, unsigned block = BLOCK) noexcept
+      : f_(f),
+        block_(block),
+        token_max_(block / 2 < TOKEN_MAX ? block / 2 : TOKEN_MAX),
+        line_limit_(block / 2 < LINE_LIMIT ? block / 2 : LINE_LIMIT) {}
   text_scanner(const text_scanner&) = delete;
   text_scanner& operator=(const text_scanner&) = delete;
 
   // Storage for the buffer; false when it cannot be had.
   bool init() noexcept;
+
+  unsigned token_max() const noexcept { return token_max_; }
+  unsigned line_limit() const noexcept { return line_limit_; }
+  // True when the stream reported an error while it was read.
+  bool read_error() const noexcept { return error_; }
+
+  // ---- Tokens ----
 
   // The next character without taking it; -1 at the end of the stream.
   int peek() noexcept {
@@ -79,13 +108,13 @@ class text_scanner {
 
   // Takes the token at the current position (after the white space was
   // skipped).  False at the end of the stream, or when the token is longer
-  // than TOKEN_MAX (too_long() then tells).
+  // than token_max() (too_long() then tells).
   bool take(token& t) noexcept {
     unsigned p = head_;
     while (p < tail_ && !is_c_space(buffer_[p])) ++p;
     if (p == tail_ && !end_) return take_slow(t);
     if (p == head_) return false;
-    if (p - head_ > TOKEN_MAX) return too_long_ = true, false;
+    if (p - head_ > token_max_) return too_long_ = true, false;
     t = {buffer_.data() + head_, buffer_.data() + p};
     head_ = p;
     return true;
@@ -101,13 +130,42 @@ class text_scanner {
   bool next_integer(std::int64_t low, std::int64_t high, std::int64_t& value, bool comments) noexcept;
 
   bool too_long() const noexcept { return too_long_; }
-  // True when the stream reported an error while it was read.
-  bool read_error() const noexcept { return error_; }
+
+  // ---- Lines ----
+
+  // The next line, [first, last) with *last == '\0'; false when the stream
+  // has no character left (or reading it failed: read_error() tells).  The
+  // characters stay valid and may be changed until the next call.
+  bool next_line(char*& first, char*& last) noexcept {
+    if (head_ < tail_) {
+      char* const from = buffer_.data() + head_;
+      // A '\n' just past line_limit_ characters still ends a whole line.
+      const unsigned look = tail_ - head_ <= line_limit_ ? tail_ - head_ : line_limit_ + 1;
+      if (void* newline = std::memchr(from, '\n', look)) {
+        char* const end = static_cast<char*>(newline);
+        head_ += unsigned(end - from) + 1;
+        return cut(from, end, first, last);
+      }
+    }
+    return next_line_slow(first, last);
+  }
+  // Whether the last line given was cut to line_limit() characters.
+  bool truncated() const noexcept { return truncated_; }
+
+  // ---- Pieces ----
+
+  // The characters from the current position up to and including the
+  // first '\n', at most `limit` (at most line_limit()) of them: their
+  // count, 0 at the end of the stream.  Valid until the next call.
+  unsigned next_piece(const char*& first, unsigned limit) noexcept;
 
  private:
   // Moves what is left to the front and reads more; false when nothing is
   // left and the stream has no more.
   bool fill() noexcept;
+  // Reads into the buffer from position `at` until it is full or the
+  // stream ends, and zeros what follows the characters read.
+  void read_from(unsigned at) noexcept;
   bool take_slow(token& t) noexcept;
   // Loads more when fewer than SHORT characters are left; the start of the
   // characters from head_ on.
@@ -122,11 +180,23 @@ class text_scanner {
     const char* tail = buffer_.data() + tail_;
     return p < tail ? is_c_space(*p) : end_;
   }
+  // The line [from, end): drops a '\r' before end and puts the NUL.
+  bool cut(char* from, char* end, char*& first, char*& last) noexcept {
+    if (end > from && end[-1] == '\r') --end;
+    *end = '\0';
+    first = from;
+    last = end;
+    truncated_ = false;
+    return true;
+  }
+  // A line that is not whole in the buffer: refills, cuts long lines.
+  bool next_line_slow(char*& first, char*& last) noexcept;
 
   std::FILE* f_;
-  dense1D<char, 8> buffer_;
+  unsigned block_, token_max_, line_limit_;
+  dense1D<char, 8> buffer_;  // block_ characters, a NUL and the padding
   unsigned head_ = 0, tail_ = 0;
-  bool end_ = false, error_ = false, too_long_ = false;
+  bool end_ = false, error_ = false, too_long_ = false, truncated_ = false;
 };
 
 // Whether a token is `word`, in any case (word in lower case).

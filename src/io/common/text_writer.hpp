@@ -87,6 +87,11 @@ class text_writer {
     make_room(FIXED_TEXT_MAX);
     used_ = std::size_t(format_fixed(value, buffer_ + used_) - buffer_);
   }
+  // The shortest text that reads back as `value` (format_shortest).
+  void put_shortest(double value) noexcept {
+    make_room(SHORTEST_TEXT_MAX);
+    used_ = std::size_t(format_shortest(value, buffer_ + used_) - buffer_);
+  }
   // `value` as "%d" writes it.
   void put_int(int value) noexcept {
     make_room(INT_TEXT_MAX);
@@ -94,6 +99,11 @@ class text_writer {
   }
   // `value` as "%d" writes an unsigned argument: the bits read as an int.
   void put_int(unsigned value) noexcept { put_int(static_cast<int>(value)); }
+  // `value` as "%u" writes it.
+  void put_unsigned(unsigned value) noexcept {
+    make_room(UNSIGNED_TEXT_MAX);
+    used_ = std::size_t(format_unsigned(value, buffer_ + used_) - buffer_);
+  }
   // `value` as "%<width>d" writes an unsigned argument.
   void put_int(unsigned value, unsigned width) noexcept {
     make_room(width > INT_TEXT_MAX ? width : INT_TEXT_MAX);

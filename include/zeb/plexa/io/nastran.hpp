@@ -1,14 +1,14 @@
-// Plexa NASTRAN files: bulk-data decks.
+// Plexa NASTRAN files: bulk-data decks, written and read.
 //
 // Each function's comment gives what it does, its inputs, each output with
 // its shape and size, and what it returns: the result codes in the order
 // they are tested.
 //
 // Text is written byte for byte in the C locale's conventions ("%16E" and
-// "%d" of printf), whatever locale the calling program has set.
+// "%d" of printf), and read, whatever locale the calling program has set.
 //
-// Threads: the writers keep no state and only read their inputs; calls may
-// run at the same time, each writing its own file or stream.
+// Threads: the functions keep no state and only read their inputs; calls
+// may run at the same time, each on its own file or stream and outputs.
 #pragma once
 
 #include <cstdio>
@@ -110,6 +110,137 @@ PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const
                              const dense2D<unsigned int>& connect2, element_type type1, element_type type2);
 PLEXA_API int NASTRAN_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                              element_type type);
+
+// ---------------------------------------------------------------------------
+// Reading a bulk-data deck
+//
+// Lines.  A '$' starts a comment that runs to the end of its line; blank
+// lines are skipped.  A line holding a ',' is in free field: its fields are
+// separated by commas (blanks around them dropped).  Other lines are in
+// fixed field, a tab moving to the next multiple of 8 columns: small field
+// (columns 1-8 the card name, then eight fields of 8 columns) or, when the
+// name ends with '*', large field (four fields of 16 columns); columns 73-80
+// (the continuation mark) and beyond are not read.  Card names are read in
+// any case.
+//
+// Cards.  A line whose first field is blank or starts with '+' or '*'
+// continues the card above it (the marks are not matched: the order of the
+// lines decides); a continuation starting with '*' is in large field.  The
+// data fields of a card are numbered on from its first line: a small-field
+// line (fixed or free) holds eight, a large-field line four, two large-field
+// lines making one small-field line, and a line always starts the next
+// group of eight; a free-field line shorter than its form leaves the rest
+// blank, and one with more fields than its form (eight, or four in large
+// field, plus the continuation mark) is malformed.
+//
+// Numbers.  Integers: an optional sign and decimal digits.  Reals: an
+// optional sign, digits with an optional point, and an optional exponent
+// written "E" or "D" with an optional sign, or as a bare sign ("1.5-3",
+// "-.5+2", "1.D3", "7.", "7"); no embedded blank.  A blank field is 0 (0.0
+// for reals) unless the card says otherwise.
+//
+// The deck.  Lines are read as bulk data from the first; a line "BEGIN
+// BULK" drops what the lines before it defined (they are the executive and
+// case control decks), so that a file of bulk data alone, without that
+// line, reads too.  "ENDDATA" ends the reading (what follows it is not
+// read); a file with "BEGIN BULK" must have it.
+// Cards read (fields by position, from 1):
+//   GRID, GRID*     1 ID, 2 CP (the system of the coordinates, blank: 0 the
+//                   basic system), 3-5 X1, X2, X3; CD, PS, SEID not read
+//   CORD2R, CORD2C, CORD2S
+//                   1 CID, 2 RID (blank: 0), 3-5 A, 6-8 B, 9-11 C: a
+//                   rectangular, cylindrical or spherical system of origin
+//                   A, z axis towards B, x axis in the plane of A, B, C, the
+//                   points given in system RID
+//   CBAR, CBEAM, CROD                  1 EID, 2 PID, 3-4 G1, G2
+//   CTRIA, CTRIA3                      1 EID, 2 PID, 3-5 G1 to G3
+//   CTRIA6                             G1 to G6 (3 or 6 given)
+//   CQUAD4                             G1 to G4
+//   CQUAD8                             G1 to G8 (4 or 8 given)
+//   CQUAD                              G1 to G9 (4, 8 or 9 given)
+//   CTETRA                             G1 to G10 (4 or 10 given)
+//   CPYRAM, CPYRA                      G1 to G13 (5 or 13 given)
+//   CPENTA                             G1 to G15 (6 or 15 given)
+//   CHEXA                              G1 to G20 (8 or 20 given)
+// An element's given nodes must be G1, G2, ... with no blank between them;
+// their count decides the element type, and they are put in the local rows
+// that NASTRAN_output writes them from (the inverse of its table above;
+// CQUAD8 with 8 nodes is ELT_QUAD8, CQUAD with 9 ELT_QUAD9 in row order), so
+// that a deck written by NASTRAN_output reads back as the same mesh (mixed
+// blocks as runs of their members, quadratic types the deck cannot hold as
+// the types written).  A blank PID is the EID.  Fields after the nodes
+// (orientation, thickness, offsets) are not read, nor are other cards.
+// Coordinates in a system CP are turned into the basic system: (X1, X2,
+// X3) is (x, y, z) in a rectangular system, (r, theta, z) in a cylindrical
+// one and (r, theta, phi) in a spherical one (angles in degrees; theta
+// from the z axis, phi about it from the x axis), in that system's axes.
+// Systems defined relative to other systems are resolved along their RID
+// chains, which must end in the basic system.  Ids are from 1 to
+// 4294967295 (CP, RID and PID from 0).
+//
+// Outputs (emptied first; left empty on failure):
+//   pos          3 x n, the GRID points in ascending ID order, in the
+//                basic system;
+//   connect      r x m, the elements in file order, node IDs replaced by
+//                positions in pos (r the largest node count read; unused
+//                rows 4294967295);
+//   ranges       blocks + 1: block i is the columns ranges[i] to
+//                ranges[i+1] - 1, a new block wherever the element type
+//                changes;
+//   types        blocks, the element_type of each block;
+//   pids         m, the PID of each element;
+//   node_ids     n, the ID of each point (ascending);
+//   element_ids  m, the EID of each element.
+// Returns, in this order:
+//   -6  pids is the same object as ranges;
+//   -7  node_ids is the same object as ranges or pids;
+//   -8  element_ids is the same object as ranges, pids or node_ids;
+//   -1  f is null or in error (for a path: the file cannot be opened);
+// then at the first card found so, in file order,
+//   -3  a malformed card: a field of a card read above that is not a
+//       number of its kind, an ID out of its range, a G1 to Gk that an
+//       element needs left blank, a line of such a card longer than 4096
+//       characters or with more fields than its form;
+//   -4  what this reader does not read: an element with a node count or a
+//       blank between nodes that is none of its forms, an INCLUDE line;
+// then
+//   -1  reading the stream failed (the cards before the failure checked);
+//   -2  the file holds no card: it is empty, or blank lines and comments;
+//   -3  "BEGIN BULK" without "ENDDATA";
+//   -5  a CID given twice;
+// then system by system in CID order
+//   -5  its RID names no system CORD2R, CORD2C or CORD2S of the file;
+//   -3  its RID chain loops, or its A, B, C give no axes (B on A, C on the
+//       z axis);
+// then
+//   -5  a GRID ID given twice, an element naming a GRID ID that the file
+//       does not have, a CP naming no system (CORD1R and the like are not
+//       read);
+//   -199 memory could not be had (at any step);
+//    0  read.
+// ---------------------------------------------------------------------------
+
+// Reads a deck from the open stream `f`, from its position; the stream is
+// not closed.  Outputs and results as above.
+PLEXA_API int NASTRAN_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                            dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types,
+                            dense1D<unsigned int, 8>& pids, dense1D<unsigned int, 8>& node_ids,
+                            dense1D<unsigned int, 8>& element_ids);
+// The same without the IDs of the points and elements.
+PLEXA_API int NASTRAN_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                            dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types,
+                            dense1D<unsigned int, 8>& pids);
+
+// The same two from the file `path`, opened in text mode and closed on
+// every path.  Returns as above; -1 also when the file cannot be opened (a
+// null path included).
+PLEXA_API int NASTRAN_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                            dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types,
+                            dense1D<unsigned int, 8>& pids, dense1D<unsigned int, 8>& node_ids,
+                            dense1D<unsigned int, 8>& element_ids);
+PLEXA_API int NASTRAN_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                            dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types,
+                            dense1D<unsigned int, 8>& pids);
 
 }  // namespace plexa
 }  // namespace zeb

@@ -11,7 +11,10 @@ function(plexa_target_defaults target)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic $<$<CONFIG:RelWithDebInfo>:-UNDEBUG>)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic $<$<CONFIG:RelWithDebInfo>:-UNDEBUG>
+    # The reference-map tables of the quadratic kinds are built at compile
+    # time, past clang's default evaluation budget.
+    $<$<CXX_COMPILER_ID:Clang>:-fconstexpr-steps=100000000>)
   if(PLEXA_SANITIZE)
     target_compile_options(${target} PRIVATE
       -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -6,6 +6,7 @@
 #   make sanitize   the test suite built with AddressSanitizer and UBSan
 #   make tsan       the tests that run the library from several threads, built
 #                   with ThreadSanitizer
+#   make fuzz       every fuzz target (clang, libFuzzer) for FUZZ_SECONDS each
 #   make bench      the benchmarks, in an optimised build (BENCH_ARGS=... for filters)
 #   make install PREFIX=/opt/plexa
 
@@ -13,6 +14,8 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-rel
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 30
 PREFIX ?= /usr/local
 JOBS ?= 2
 CMAKE_ARGS ?=
@@ -21,7 +24,7 @@ BENCH_ARGS ?= --benchmark_repetitions=1
 # ccache (picked up by CMake when present) shares hits between checkouts.
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: all setup build demo test sanitize tsan bench install clean
+.PHONY: all setup build demo test sanitize tsan fuzz bench install clean
 
 all: build
 
@@ -53,6 +56,12 @@ tsan: setup
 	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  ctest --test-dir $(TSAN_BUILD) -j$(JOBS) --output-on-failure -R 'Thread|Concurren'
 
+fuzz: setup
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_CXX_COMPILER=clang++ -DPLEXA_BUILD_FUZZ=ON -DPLEXA_BUILD_TESTS=OFF \
+	  -DPLEXA_BUILD_CLI=OFF -DPLEXA_INSTALL=OFF $(CMAKE_ARGS)
+	cmake --build $(FUZZ_BUILD) -j$(JOBS)
+	bash fuzz/run $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 bench: setup
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DPLEXA_BUILD_BENCH=ON \
 	  -DPLEXA_BUILD_TESTS=OFF -DPLEXA_BUILD_CLI=OFF $(CMAKE_ARGS)
@@ -64,4 +73,4 @@ install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

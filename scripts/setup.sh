@@ -12,6 +12,7 @@ packages=(
   python3-meshio python3-vtk9  # independent readers for the interoperability tests
   admesh python3-stl  # independent STL reader and writer for the interoperability tests
   locales  # locale sources, to test output under a decimal-comma locale
+  clang libclang-rt-dev  # the fuzz targets (libFuzzer and the sanitizers of clang)
 )
 
 if ! command -v dpkg-query >/dev/null 2>&1; then

@@ -10,6 +10,7 @@ namespace plexa_cli {
 extern const command demo_command;
 extern const command convert_command;
 extern const command quality_command;
+extern const command info_command;
 extern const command weld_command;
 
 namespace {
@@ -17,6 +18,7 @@ namespace {
 const command* const table[] = {
     &demo_command,
     &convert_command,
+    &info_command,
     &quality_command,
     &weld_command,
 };

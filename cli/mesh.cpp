@@ -9,13 +9,37 @@
 
 namespace plexa_cli {
 
-bool mesh::add_block(const zeb::dense2D<unsigned>& connect, zeb::plexa::element_type type) {
+bool mesh::add_block(const zeb::dense2D<unsigned>& connect, zeb::plexa::element_type type,
+                     const zeb::dense1D<unsigned, 8>& block_ids) {
   if (!types.push_back(int(type))) return false;
   try {
     blocks.push_back(connect);
+    try {
+      ids.push_back(block_ids);
+    } catch (const std::bad_alloc&) {
+      blocks.pop_back();
+      throw;
+    }
   } catch (const std::bad_alloc&) {
     types.resize(types.size() - 1);
     return false;
+  }
+  return true;
+}
+
+bool mesh::assign(const zeb::dense2D<double>& pos, const zeb::dense2D<unsigned>& connect,
+                  const zeb::dense1D<unsigned, 8>& ranges, const zeb::dense1D<int, 8>& block_types,
+                  const zeb::dense1D<unsigned, 8>& element_ids) {
+  *this = mesh();
+  coords = pos;
+  for (unsigned k = 0; k < block_types.size(); ++k) {
+    const zeb::plexa::element_type type = zeb::plexa::element_type(block_types[k]);
+    const unsigned first = ranges[k], count = ranges[k + 1] - first;
+    const unsigned rows = type == zeb::plexa::ELT_FACE_MIX || type == zeb::plexa::ELT_SOLID_MIX
+                              ? connect.rows()
+                              : zeb::plexa::nbr_nodes(type);
+    if (!add_block(connect.sub_matrix(0, first, rows, count), type, element_ids.sub_vector(first, count)))
+      return false;
   }
   return true;
 }
@@ -44,6 +68,15 @@ bool mesh::joined(zeb::dense2D<unsigned>& connect, zeb::dense1D<unsigned, 8>& ra
   return true;
 }
 
+bool mesh::joined_ids(zeb::dense1D<unsigned, 8>& element_ids, unsigned first) const {
+  if (!element_ids.resize(element_count())) return false;
+  unsigned at = 0;
+  for (unsigned k = 0; k < block_count(); ++k)
+    for (unsigned j = 0; j < blocks[k].cols(); ++j, ++at)
+      element_ids[at] = ids[k].empty() ? first + k : ids[k][j];
+  return true;
+}
+
 namespace {
 
 // The element type of the columns of `nodes` nodes in a mixed block.
@@ -65,7 +98,7 @@ bool mesh::split_mixed(mesh& out) const {
   out.coords = coords;
   for (unsigned k = 0; k < block_count(); ++k) {
     if (types[k] != zeb::plexa::ELT_FACE_MIX && types[k] != zeb::plexa::ELT_SOLID_MIX) {
-      if (!out.add_block(blocks[k], zeb::plexa::element_type(types[k]))) return false;
+      if (!out.add_block(blocks[k], zeb::plexa::element_type(types[k]), ids[k])) return false;
       continue;
     }
     zeb::dense2D<unsigned> grouped;

@@ -2,6 +2,8 @@
 #include "mesh_formats.hpp"
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include <zeb/plexa/io.hpp>
 #include <zeb/plexa/topology.hpp>
@@ -13,22 +15,59 @@ namespace {
 // The library's code for memory that could not be had.
 constexpr int OUT_OF_MEMORY = -199;
 
+// Readers return nodes, column ranges and one id per element.
+struct read_result {
+  zeb::dense2D<double> pos;
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, ids;
+  zeb::dense1D<int, 8> types;
+
+  int into(int code, mesh& m) const {
+    if (code != 0) return code;
+    return m.assign(pos, connect, ranges, types, ids) ? 0 : OUT_OF_MEMORY;
+  }
+};
+
+int read_medit(const char* path, mesh& m) {
+  read_result r;
+  return r.into(zeb::plexa::medit_input(path, r.pos, r.connect, r.ranges, r.types, r.ids), m);
+}
+
+// The references read, or each block's position.
 int write_medit(const char* path, const mesh& m) {
-  return zeb::plexa::medit_output(path, m.coords, m.first_block(), m.last_block(), m.types);
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, refs;
+  if (!m.joined(connect, ranges) || !m.joined_ids(refs, 0)) return OUT_OF_MEMORY;
+  return zeb::plexa::medit_output(path, m.coords, connect, ranges, m.types, refs);
+}
+
+int read_obj(const char* path, mesh& m) {
+  read_result r;
+  std::vector<std::string> names;
+  const int code = r.into(zeb::plexa::WavefrontOBJ_input(path, r.pos, r.connect, r.ranges, r.types, r.ids, names), m);
+  if (code == 0) m.id_names.swap(names);
+  return code;
+}
+
+// The groups read (with their names), or each block's position.
+int write_obj(const char* path, const mesh& m) {
+  zeb::dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, groups;
+  if (!m.joined(connect, ranges) || !m.joined_ids(groups, 0)) return OUT_OF_MEMORY;
+  if (m.id_names.empty()) return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups);
+  return zeb::plexa::WavefrontOBJ_output(path, m.coords, connect, ranges, m.types, groups, m.id_names);
 }
 
 int write_vtk(const char* path, const mesh& m) {
   return zeb::plexa::vtk_output(path, m.coords, m.first_block(), m.last_block(), m.types);
 }
 
-// The blocks in one connectivity; an element's property number is the
-// position of its block + 1.
+// The blocks in one connectivity; an element's property number is the one
+// read, or the position of its block + 1.
 int write_nastran(const char* path, const mesh& m) {
   zeb::dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges, pids;
-  if (!m.joined(connect, ranges) || !pids.resize(connect.cols())) return OUT_OF_MEMORY;
-  for (unsigned k = 0; k < m.block_count(); ++k)
-    for (unsigned j = ranges[k]; j < ranges[k + 1]; ++j) pids[j] = k + 1;
+  if (!m.joined(connect, ranges) || !m.joined_ids(pids, 1)) return OUT_OF_MEMORY;
   return zeb::plexa::NASTRAN_output(path, m.coords, connect, ranges, m.types, pids);
 }
 
@@ -101,13 +140,49 @@ int write_stl(const char* path, const mesh& m) {
 constexpr const char* nastran_signature = "NASTRAN_output(path, pos, connect, ranges, types, pids)";
 
 constexpr mesh_format formats[] = {
-    {".mesh", "MEDIT", nullptr, write_medit, nullptr, "medit_output(path, pos, first, last, types)"},
+    {".mesh", "MEDIT", read_medit, write_medit, "medit_input(path, pos, connect, ranges, types, refs)",
+     "medit_output(path, pos, connect, ranges, types, refs)"},
     {".vtk", "VTK", nullptr, write_vtk, nullptr, "vtk_output(path, pos, first, last, types)"},
     {".nas", "NASTRAN", nullptr, write_nastran, nullptr, nastran_signature},
     {".bdf", "NASTRAN", nullptr, write_nastran, nullptr, nastran_signature},
-    {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
+    {".obj", "Wavefront OBJ", read_obj, write_obj, "WavefrontOBJ_input(path, pos, connect, ranges, types, groups)",
+     "WavefrontOBJ_output(path, pos, connect, ranges, types, ids)"},
     {".stl", "STL", read_stl, write_stl, "STL_input(path, pos, connect)", "STL_output(path, pos, connect, ascii)"},
+    {".geo", "EnSight", nullptr, write_ensight, nullptr, "ensight_output(path, pos, first, last, types)"},
 };
+
+// Solutions: the keyword layout as ".sol" (its reader takes both layouts),
+// the header layout of medit_scalar, medit_vector and medit_tensor as ".bb".
+int read_solution(const char* path, field& f) {
+  return zeb::plexa::medit_solution_input(path, f.dim, f.values);
+}
+
+int write_sol(const char* path, const field& f) { return zeb::plexa::medit_solution_output(path, f.dim, f.values); }
+
+// Scalars, packed tensors (3 rows in 2-D, 6 in 3-D), vectors otherwise.
+int write_bb(const char* path, const field& f) {
+  const unsigned rows = f.values.rows();
+  if (rows == 1) {
+    zeb::dense2D<double> scalars;
+    if (!scalars.copy(f.values)) return OUT_OF_MEMORY;
+    return zeb::plexa::medit_scalar(path, f.dim, scalars.as_vector());
+  }
+  if ((rows == 3 && f.dim == 2) || (rows == 6 && f.dim == 3)) return zeb::plexa::medit_tensor(path, f.values);
+  return zeb::plexa::medit_vector(path, f.dim, f.values);
+}
+
+constexpr const char* solution_input = "medit_solution_input(path, dim, values)";
+
+constexpr field_format field_formats[] = {
+    {".sol", "MEDIT solution", read_solution, write_sol, solution_input, "medit_solution_output(path, dim, values)"},
+    {".bb", "MEDIT solution, header layout", read_solution, write_bb, solution_input, "medit_vector(path, dim, vectors)"},
+};
+
+// Whether `path` ends with `extension` after at least one character.
+bool has_extension(const char* path, const char* extension) {
+  const std::size_t n = std::strlen(path), e = std::strlen(extension);
+  return n > e && std::strcmp(path + n - e, extension) == 0;
+}
 
 std::string extensions(bool readable) {
   std::string list;
@@ -122,12 +197,21 @@ std::string extensions(bool readable) {
 }  // namespace
 
 const mesh_format* format_of(const char* path) {
-  const std::size_t n = std::strlen(path);
-  for (const mesh_format& f : formats) {
-    const std::size_t e = std::strlen(f.extension);
-    if (n > e && std::strcmp(path + n - e, f.extension) == 0) return &f;
-  }
+  for (const mesh_format& f : formats)
+    if (has_extension(path, f.extension)) return &f;
   return nullptr;
+}
+
+const field_format* field_format_of(const char* path) {
+  for (const field_format& f : field_formats)
+    if (has_extension(path, f.extension)) return &f;
+  return nullptr;
+}
+
+std::string field_extensions() {
+  std::string list;
+  for (const field_format& f : field_formats) list += (list.empty() ? "" : ", ") + std::string(f.extension);
+  return list;
 }
 
 std::string writable_extensions() { return extensions(false); }

@@ -1,14 +1,17 @@
-// The mesh file formats the tool reads and writes, one table from file
-// extension to reader and writer.  A command that takes or writes a mesh
-// file looks its format up here; a new format is one entry of the table in
-// mesh_formats.cpp.
+// The mesh and solution file formats the tool reads and writes, one table
+// from file extension to reader and writer for each.  A command that takes
+// or writes a file looks its format up here; a new format is one entry of
+// a table in mesh_formats.cpp.
 #pragma once
 
 #include <string>
 
+#include <zeb/dense.hpp>
+
 #include "mesh.hpp"
 
 namespace plexa_cli {
+
 
 struct mesh_format {
   const char* extension;  // with its dot: ".mesh"
@@ -33,5 +36,25 @@ const mesh_format* format_of(const char* path);
 // order, separated by ", ": ".mesh".
 std::string writable_extensions();
 std::string readable_extensions();
+
+// A field of values at the nodes: one column per node.
+struct field {
+  unsigned dim = 0;  // space dimension of the file
+  zeb::dense2D<double> values;
+};
+
+struct field_format {
+  const char* extension;
+  const char* name;
+  int (*read)(const char* path, field& f);
+  int (*write)(const char* path, const field& f);
+  const char* read_signature;
+  const char* write_signature;
+};
+
+// The solution format named by the extension of `path`, or nullptr.
+const field_format* field_format_of(const char* path);
+// The extensions of the solution formats, separated by ", ".
+std::string field_extensions();
 
 }  // namespace plexa_cli

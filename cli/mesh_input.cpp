@@ -26,9 +26,19 @@ int read_mesh_input(const invocation& call, const mesh_input& in, mesh& m) {
   if (in.builtin()) return builtin_mesh(m) ? EXIT_OK : failure(call, "out of memory");
   const int code = in.format->read(in.path, m);
   if (code == 0) return EXIT_OK;
+  return file_failure(call, "read", in.path, in.format->read_signature, code);
+}
+
+int read_field_input(const invocation& call, const char* path, const field_format& format, field& f) {
+  const int code = format.read(path, f);
+  if (code == 0) return EXIT_OK;
+  return file_failure(call, "read", path, format.read_signature, code);
+}
+
+int file_failure(const invocation& call, const char* verb, const char* path, const char* signature, int code) {
   char reason[160];
-  zeb::plexa::result_message(in.format->read_signature, code, reason, sizeof reason);
-  return failure(call, "cannot read '%s': %s", in.path, reason);
+  zeb::plexa::result_message(signature, code, reason, sizeof reason);
+  return failure(call, "cannot %s '%s': %s", verb, path, reason);
 }
 
 }  // namespace plexa_cli

@@ -27,4 +27,12 @@ int find_mesh_input(const invocation& call, const char* name, mesh_input& in);
 // why it could not be read.
 int read_mesh_input(const invocation& call, const mesh_input& in, mesh& m);
 
+// Reads the solution file `path` of the given format into f.  EXIT_OK, or
+// EXIT_FAILURE_STATUS after reporting why it could not be read.
+int read_field_input(const invocation& call, const char* path, const field_format& format, field& f);
+
+// Reports a reader's or writer's failure in words: "cannot <verb> '<path>':
+// <reason>".  Returns EXIT_FAILURE_STATUS.
+int file_failure(const invocation& call, const char* verb, const char* path, const char* signature, int code);
+
 }  // namespace plexa_cli

@@ -1,6 +1,10 @@
 #include "mesh_summary.hpp"
 
+#include <algorithm>
 #include <climits>
+#include <new>
+#include <string>
+#include <vector>
 #include <limits>
 
 #include <zeb/plexa/geometry.hpp>
@@ -54,17 +58,21 @@ int bounding_box(const zeb::dense2D<double>& coords, double lo[3], double hi[3])
   return int(N);
 }
 
-}  // namespace
+// Elements by kind over one block, added to per_kind; false when the block
+// does not fit its type.
+bool count_kinds(const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect, element_type type,
+                 unsigned per_kind[ELEMENT_TYPE_COUNT], unsigned& elements) {
+  if (!check_IDs(connect, type, coords.cols())) return false;
+  const unsigned n = connect.empty() ? 0 : connect.cols();
+  for (unsigned j = 0; j < n; ++j) ++per_kind[element_kind(connect, type, j)];
+  elements += n;
+  return true;
+}
 
-bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect,
-                        element_type type) {
+// Node and element counts, elements by kind and the bounding box.
+bool write_counts(std::FILE* out, const zeb::dense2D<double>& coords, const unsigned per_kind[ELEMENT_TYPE_COUNT],
+                  unsigned elements) {
   const unsigned nodes = coords.cols();
-  if (!check_IDs(connect, type, nodes)) return false;
-
-  unsigned per_kind[ELEMENT_TYPE_COUNT] = {};
-  const unsigned elements = connect.empty() ? 0 : connect.cols();
-  for (unsigned j = 0; j < elements; ++j) ++per_kind[element_kind(connect, type, j)];
-
   double lo[3], hi[3];
   int axes = 0;
   if (nodes != 0 && coords.rows() == 2) axes = bounding_box<2>(coords, lo, hi);
@@ -79,6 +87,58 @@ bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, cons
   for (int i = 0; i < axes; ++i)
     std::fprintf(out, "%s[%s, %s]", i == 0 ? " " : " x ", format_number(lo[i]).text, format_number(hi[i]).text);
   std::fputc('\n', out);
+  return true;
+}
+
+// The distinct ids, ascending, as runs: "0-3, 7, 9-10", the first eight runs.
+std::string id_runs(const zeb::dense1D<unsigned, 8>& ids) {
+  std::vector<unsigned> sorted(ids.begin(), ids.end());
+  std::sort(sorted.begin(), sorted.end());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  std::string text;
+  unsigned runs = 0;
+  for (std::size_t k = 0; k < sorted.size(); ++runs) {
+    std::size_t end = k;
+    while (end + 1 < sorted.size() && sorted[end + 1] == sorted[end] + 1) ++end;
+    if (runs == 8) return text + ", ...";
+    if (!text.empty()) text += ", ";
+    text += std::to_string(sorted[k]);
+    if (end > k) text += "-" + std::to_string(sorted[end]);
+    k = end + 1;
+  }
+  return text;
+}
+
+}  // namespace
+
+bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect,
+                        element_type type) {
+  unsigned per_kind[ELEMENT_TYPE_COUNT] = {}, elements = 0;
+  return count_kinds(coords, connect, type, per_kind, elements) && write_counts(out, coords, per_kind, elements);
+}
+
+bool write_mesh_summary(std::FILE* out, const mesh& m) {
+  unsigned per_kind[ELEMENT_TYPE_COUNT] = {}, elements = 0;
+  for (unsigned k = 0; k < m.block_count(); ++k)
+    if (!count_kinds(m.coords, m.blocks[k], element_type(m.types[k]), per_kind, elements)) return false;
+  try {
+    std::vector<std::string> ids;
+    for (unsigned k = 0; k < m.block_count(); ++k) ids.push_back(id_runs(m.ids[k]));
+    if (!write_counts(out, m.coords, per_kind, elements)) return false;
+    std::fprintf(out, "blocks: %u\n", m.block_count());
+    for (unsigned k = 0; k < m.block_count(); ++k) {
+      const unsigned n = m.blocks[k].empty() ? 0 : m.blocks[k].cols();
+      std::fprintf(out, "  %u: %s, %u element%s", k, element_name(element_type(m.types[k])), n, n == 1 ? "" : "s");
+      if (!ids[k].empty()) std::fprintf(out, ", ids %s", ids[k].c_str());
+      std::fputc('\n', out);
+    }
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  if (m.id_names.empty()) return true;
+  std::fputs("names:\n", out);
+  for (std::size_t k = 0; k < m.id_names.size(); ++k)
+    std::fprintf(out, "  %zu: %s\n", k, m.id_names[k].empty() ? "(none)" : m.id_names[k].c_str());
   return true;
 }
 

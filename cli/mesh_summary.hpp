@@ -5,6 +5,8 @@
 
 #include <zeb/plexa/core.hpp>
 
+#include "mesh.hpp"
+
 namespace plexa_cli {
 
 // Name of an element type without its ELT_ prefix ("HEXA8", "SOLID_MIX").
@@ -29,5 +31,20 @@ zeb::plexa::element_type element_kind(const zeb::dense2D<unsigned>& connect, zeb
 // or refers to a missing node, or memory runs out.
 bool write_mesh_summary(std::FILE* out, const zeb::dense2D<double>& coords, const zeb::dense2D<unsigned>& connect,
                         zeb::plexa::element_type type);
+
+}  // namespace plexa_cli
+
+namespace plexa_cli {
+
+// The same summary over every block of a mesh, then its blocks:
+//   blocks: <count>
+//     <k>: <TYPE>, <count> elements[, ids <list>]
+// with the distinct ids of a block ascending, runs written "a-b" (the first
+// eight runs, then "..."), and, when the ids have names:
+//   names:
+//     <id>: <name>     ("(none)" for an empty name)
+// Returns false, writing nothing, when a block does not fit its type or
+// memory runs out.
+bool write_mesh_summary(std::FILE* out, const mesh& m);
 
 }  // namespace plexa_cli

@@ -10,6 +10,8 @@ packages=(
   liblapack-dev libgtest-dev libgmock-dev libbenchmark-dev
   libnanoflann-dev
   python3-meshio python3-vtk9  # independent readers for the interoperability tests
+  python3-gmsh  # files written by gmsh, read by the library's readers
+  freefem++ libfreefem++  # a reader of MEDIT solution files (meshio and gmsh have none)
   admesh python3-stl  # independent STL reader and writer for the interoperability tests
   locales  # locale sources, to test output under a decimal-comma locale
   clang libclang-rt-dev  # the fuzz targets (libFuzzer and the sanitizers of clang)

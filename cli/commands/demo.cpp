@@ -41,23 +41,26 @@ int write_files(const invocation& call, const std::string& folder, const zeb::de
   if (zeb::plexa::medit_output(mesh.c_str(), coords, solids, zeb::plexa::ELT_SOLID_MIX) != 0)
     return failure(call, "cannot write '%s'", mesh.c_str());
 
-  zeb::dense1D<double, 8> distance(coords.cols());
-  if (distance.size() != coords.cols()) return failure(call, "out of memory");
+  zeb::dense2D<double> distance(1, coords.cols());
+  if (distance.cols() != coords.cols()) return failure(call, "out of memory");
   for (unsigned j = 0; j < coords.cols(); ++j) {
     double sum = 0;
     for (unsigned i = 0; i < coords.rows(); ++i) sum += coords(i, j) * coords(i, j);
-    distance[j] = std::sqrt(sum);
+    distance(0, j) = std::sqrt(sum);
   }
-  if (zeb::plexa::medit_scalar(field.c_str(), coords.rows(), distance) != 0)
+  if (zeb::plexa::medit_solution_output(field.c_str(), coords.rows(), distance) != 0)
     return failure(call, "cannot write '%s'", field.c_str());
-  if (zeb::plexa::medit_scalar(graded.c_str(), coords.rows(), sizes) != 0)
+  zeb::dense2D<double> size_row(1, sizes.size());
+  if (size_row.cols() != sizes.size()) return failure(call, "out of memory");
+  for (unsigned j = 0; j < sizes.size(); ++j) size_row(0, j) = sizes[j];
+  if (zeb::plexa::medit_solution_output(graded.c_str(), coords.rows(), size_row) != 0)
     return failure(call, "cannot write '%s'", graded.c_str());
 
   std::fprintf(call.out,
                "output folder: %s\n"
                "  demo.mesh: the mesh (MEDIT)\n"
-               "  demo.sol: distance of each node to the origin (MEDIT scalar field)\n"
-               "  demo-sizes.sol: the graded size field (MEDIT scalar field)\n",
+               "  demo.sol: distance of each node to the origin (MEDIT scalar solution)\n"
+               "  demo-sizes.sol: the graded size field (MEDIT scalar solution)\n",
                folder.c_str());
   return EXIT_OK;
 }
@@ -124,9 +127,9 @@ extern const command demo_command = {
     "missing and names on the standard output:\n"
     "  demo.mesh       the mesh, as a MEDIT mesh file;\n"
     "  demo.sol        the distance of each node to the origin, as a MEDIT\n"
-    "                  scalar solution file (MEDIT viewers pair it with\n"
-    "                  demo.mesh);\n"
-    "  demo-sizes.sol  the graded size field, as a MEDIT scalar solution file.\n"
+    "                  solution file of one scalar per vertex (SolAtVertices;\n"
+    "                  viewers pair it with demo.mesh);\n"
+    "  demo-sizes.sol  the graded size field, in the same layout.\n"
     "\n"
     "Options:\n"
     "  -o, --output-dir <folder>  where to write the files (default: plexa-demo,\n"

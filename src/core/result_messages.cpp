@@ -189,7 +189,50 @@ constexpr const char* unwritable = "the file cannot be opened or written";
 constexpr const char* unfit_block = "a block does not fit its element type";
 constexpr const char* block_count = "the number of blocks differs from the number of types";
 
+constexpr const char* unreadable = "the file cannot be opened or read";
+constexpr const char* truncated = "the file is truncated or malformed";
+constexpr const char* missing_vertex = "an element names a vertex that the file does not have";
+
 constexpr reason io_reasons[] = {
+    {"medit_input", -1, nullptr, unreadable},
+    {"medit_input", -2, NOT_AN_ARGUMENT, "not a MEDIT mesh file (no MeshVersionFormatted at its start)"},
+    {"medit_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"medit_input", -4, NOT_AN_ARGUMENT, "a keyword, version or dimension that the reader does not read"},
+    {"medit_input", -5, NOT_AN_ARGUMENT, missing_vertex},
+    {"medit_input", -6, nullptr, "the same object as ranges"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -2, nullptr, "its row count is not 1, 2 or 3"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -3, nullptr,
+     "a block does not fit its element type or names a missing node"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -4, nullptr,
+     "the ranges decrease or go past the columns"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -5, nullptr,
+     "its size is not the number of ranges minus one"},
+    {"medit_output(path, pos, connect, ranges, types, refs)", -6, nullptr,
+     "its size differs from the number of columns"},
+    {"medit_solution_input", -1, nullptr, unreadable},
+    {"medit_solution_input", -2, NOT_AN_ARGUMENT, "not a MEDIT solution file"},
+    {"medit_solution_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"medit_solution_input", -4, NOT_AN_ARGUMENT,
+     "values at elements, a keyword, field kind, version or dimension that the reader does not read, or no "
+     "solution at vertices"},
+    {"WavefrontOBJ_input", -1, nullptr, unreadable},
+    {"WavefrontOBJ_input", -3, NOT_AN_ARGUMENT, truncated},
+    {"WavefrontOBJ_input", -4, NOT_AN_ARGUMENT, "a statement that the reader does not read (free-form geometry, an "
+                                           "unknown keyword)"},
+    {"WavefrontOBJ_input", -5, NOT_AN_ARGUMENT, missing_vertex},
+    {"WavefrontOBJ_input", -6, nullptr, "the same object as ranges"},
+    {"WavefrontOBJ_output", -1, nullptr, unwritable},
+    {"WavefrontOBJ_output", -2, nullptr, "its row count is not 2 or 3"},
+    {"WavefrontOBJ_output", -3, nullptr,
+     "a block does not fit its element type, names a missing node or has a type that OBJ files do not hold "
+     "(solids)"},
+    {"WavefrontOBJ_output", -4, nullptr, "the ranges decrease or go past the columns"},
+    {"WavefrontOBJ_output", -5, nullptr, "its size is not the number of ranges minus one"},
+    {"WavefrontOBJ_output", -6, nullptr, "its size differs from the number of columns"},
+    {"WavefrontOBJ_output", -7, nullptr, "a group without a name, or a name that would not read back"},
+    {"medit_solution_output", -1, nullptr, unwritable},
+    {"medit_solution_output", -2, nullptr, "not 2 or 3"},
+    {"medit_solution_output", -3, nullptr, "its row count is not 1, the dimension or that of a packed tensor"},
     {"medit_output", -1, nullptr, unwritable},
     {"medit_output", -2, nullptr, "its row count is not 1, 2 or 3"},
     {"medit_output", -3, nullptr, "a block does not fit its element type or names a missing node"},

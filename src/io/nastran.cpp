@@ -8,6 +8,7 @@
 
 #include "core/element_model.hpp"
 #include "core/result_codes.hpp"
+#include "io/common/block_expansion.hpp"
 #include "io/common/output_file.hpp"
 #include "io/common/text_writer.hpp"
 
@@ -53,27 +54,6 @@ constexpr nastran_card nastran_cards[ELEMENT_TYPE_COUNT] = {
     {"CHEXA", 20, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 16, 17, 18, 19, 12, 13, 14, 15}},  // ELT_HEXA27
 };
 
-// Rows through which a block of `type` is read in a connectivity of `rows`
-// rows; 0 with fits = false when the connectivity is too short for it.
-unsigned block_rows(element_type type, unsigned rows, bool& fits) noexcept {
-  fits = true;
-  if (type == ELT_FACE_MIX) return rows < 4 ? rows : 4;
-  if (type == ELT_SOLID_MIX) return rows < 20 ? rows : 20;
-  const unsigned needed = detail::node_count(type);
-  fits = needed <= rows;
-  return fits ? needed : 0;
-}
-
-// The member type of a valid mixed column read through `rows` rows (rows
-// past them count as unused).
-element_type column_type(element_type mixed, const unsigned* col, unsigned rows) noexcept {
-  auto used = [&](unsigned i) { return i < rows && col[i] != NO_INDEX; };
-  if (mixed == ELT_FACE_MIX) return used(3) ? ELT_QUAD4 : ELT_TRIA3;
-  if (used(4) && used(5) && used(6)) return ELT_HEXA8;
-  if (used(4)) return used(5) ? ELT_WEDGE6 : ELT_PYRA5;
-  return ELT_TETRA4;
-}
-
 void write_nodes(text_writer& w, const dense2D<double>& pos) {
   const unsigned d = pos.rows(), n = pos.cols();
   const double* p = pos.data();
@@ -115,20 +95,8 @@ int write_deck(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned>
                const dense1D<unsigned, 8>& ranges, const dense1D<int, 8>& types, const dense1D<unsigned, 8>& pids) {
   if (!f || std::ferror(f)) return -1;
   if (pos.rows() != 2 && pos.rows() != 3) return -2;
-  const unsigned blocks = types.size(), rows = connect.rows(), cols = connect.cols();
-  if (ranges.size() != blocks + 1) return -5;
-  if (pids.size() != cols) return -6;
-  for (unsigned i = 0; i < blocks; ++i)
-    if (ranges[i] > ranges[i + 1] || ranges[i + 1] > cols) return -4;
-  for (unsigned i = 0; i < blocks; ++i) {
-    if (ranges[i] == ranges[i + 1]) continue;
-    if (!detail::is_element_type(types[i])) return -3;
-    bool fits;
-    const unsigned used = block_rows(element_type(types[i]), rows, fits);
-    if (!fits || !check_IDs(connect.sub_matrix(0, ranges[i], used, ranges[i + 1] - ranges[i]),
-                            element_type(types[i]), NO_INDEX))
-      return -3;
-  }
+  if (const int r = detail::check_ranged_blocks(connect, ranges, types, pids, NO_INDEX)) return r;
+  const unsigned blocks = types.size(), rows = connect.rows();
 
   text_writer w(f);
   w.put("$ ZEB Plexa(R) NASTRAN exporter\n"
@@ -154,10 +122,10 @@ int write_deck(std::FILE* f, const dense2D<double>& pos, const dense2D<unsigned>
     const bool mixed = type == ELT_FACE_MIX || type == ELT_SOLID_MIX;
     if (!mixed && !nastran_cards[type].name) continue;
     bool fits;
-    const unsigned used = block_rows(type, rows, fits);
+    const unsigned used = detail::ranged_block_rows(type, rows, fits);
     for (unsigned j = ranges[i]; j < ranges[i + 1]; ++j) {
       const unsigned* col = base + j * ld;
-      const element_type kind = mixed ? column_type(type, col, used) : type;
+      const element_type kind = mixed ? detail::ranged_column_type(type, col, used) : type;
       write_card(w, nastran_cards[kind], j + 1, pids[j], col);
     }
   }

@@ -108,12 +108,10 @@ void vertices_of(const double* x, std::size_t ld, const dense2D<unsigned>& conne
   for (unsigned i = 0; i < 3; ++i) p[i] = x + t[i] * ld;
 }
 
-constexpr detail::exponent_form LOWER_E = {6, 'e'};
-
 void put_triple(text_writer& w, const double* v) {
   for (unsigned k = 0; k < 3; ++k) {
     w.put(' ');
-    w.put_exponent(v[k], LOWER_E, 0);
+    w.put_exponent(v[k], detail::LOWER_E, 0);
   }
   w.put('\n');
 }

@@ -30,12 +30,15 @@ TEST(Cli, VersionAndHelpPrintExactly) {
       "Commands:\n"
       "  demo     describe the built-in mesh of mixed solids and write it as MEDIT files\n"
       "  convert  write a mesh in another file format\n"
+      "  info     describe what a mesh or solution file holds\n"
       "  quality  measure the shape quality and the Jacobians of the elements of a mesh\n"
       "  weld     weld the triangle soup of an STL file into a conforming surface\n"
       "\n"
       "Run 'plexa help <command>' for the arguments of a command.\n";
   const std::string demo = "Usage: plexa demo [--output-dir <folder>]\n\n";
-  const std::string convert = "Usage: plexa convert [builtin | <mesh file>] --output <file>\n\n";
+  const std::string convert =
+      "Usage: plexa convert <input> <output>\n       plexa convert [<input> | builtin] --output <output>\n\n";
+  const std::string info = "Usage: plexa info <file> | builtin\n\n";
   const std::string weld = "Usage: plexa weld <input.stl> <output file>\n\n";
   const std::string quality = "Usage: plexa quality [builtin | <mesh file>] [--worst <n>]\n\n";
   // The whole output, or the first lines of a command's help.
@@ -48,6 +51,7 @@ TEST(Cli, VersionAndHelpPrintExactly) {
                {{"help", "demo"}, demo, false},           {{"demo", "-h"}, demo, false},
                {{"help", "convert"}, convert, false},     {{"convert", "--help"}, convert, false},
                {{"help", "quality"}, quality, false},     {{"quality", "-h"}, quality, false},
+               {{"help", "info"}, info, false},           {{"info", "--help"}, info, false},
                {{"help", "weld"}, weld, false},           {{"weld", "--help"}, weld, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.args[0]) + (c.args.size() > 1 ? c.args[1] : ""));
@@ -67,7 +71,9 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
   auto convert = [](const std::string& m) { return "plexa convert: " + m + " (see 'plexa help convert')\n"; };
   auto quality = [](const std::string& m) { return "plexa quality: " + m + " (see 'plexa help quality')\n"; };
   auto weld = [](const std::string& m) { return "plexa weld: " + m + " (see 'plexa help weld')\n"; };
-  const std::string known = ".mesh, .vtk, .nas, .bdf, .geo, .stl";
+  auto info = [](const std::string& m) { return "plexa info: " + m + " (see 'plexa help info')\n"; };
+  const std::string known = ".mesh, .vtk, .nas, .bdf, .obj, .stl, .geo";
+  const std::string readable = ".mesh, .obj, .stl";
   const struct {
     std::vector<const char*> args;
     std::string err;
@@ -83,15 +89,26 @@ TEST(Cli, UsageErrorsExitWithTwoAndOneExactLine) {
       {{"demo", "-o"}, demo("missing folder after '-o'")},
       {{"demo", "--output-dir", ""}, demo("empty output folder")},
       {{"demo", "-o", "a", "b"}, demo("unexpected argument 'b'")},
-      {{"convert"}, convert("missing --output <file>")},
+      {{"convert"}, convert("missing output file")},
+      {{"convert", "a.mesh"}, convert("missing output file")},
+      {{"convert", "a.mesh", "b.mesh", "c.mesh"}, convert("unexpected argument 'c.mesh'")},
+      {{"convert", "a.mesh", "b.mesh", "-o", "c.mesh"}, convert("unexpected argument 'b.mesh'")},
+      {{"convert", "a.mesh", "b.sol"}, convert("cannot convert between a mesh and a solution ('a.mesh' to 'b.sol')")},
+      {{"convert", "-o", "b.bb"}, convert("cannot convert between a mesh and a solution ('builtin' to 'b.bb')")},
+      {{"convert", "a.sol", "b.bb", "--scale", "2"}, convert("transforms apply to meshes, not to solutions")},
+      {{"convert", "a.xyz", "b.mesh"}, convert("unknown input format of 'a.xyz' (known: " + readable + ")")},
+      {{"convert", "a.vtk", "b.mesh"}, convert("unknown input format of 'a.vtk' (known: " + readable + ")")},
+      {{"info"}, info("missing file")},
+      {{"info", "a.mesh", "b.mesh"}, info("unexpected argument 'b.mesh'")},
+      {{"info", "-v"}, info("unknown option '-v'")},
+      {{"info", "a.geo"}, info("unknown input format of 'a.geo' (known: " + readable + ")")},
       {{"convert", "-o"}, convert("missing file after '-o'")},
       {{"convert", "-o", "x.stl2"}, convert("unknown output format of 'x.stl2' (known: " + known + ")")},
       {{"convert", "-o", "x.VTK"}, convert("unknown output format of 'x.VTK' (known: " + known + ")")},
       {{"convert", "-o", ".mesh"}, convert("unknown output format of '.mesh' (known: " + known + ")")},
-      {{"convert", "in.mesh", "-o", path.c_str()}, convert("unknown input format of 'in.mesh' (known: .stl)")},
       {{"convert", "builtin", "builtin", "-o", path.c_str()}, convert("unexpected argument 'builtin'")},
       {{"convert", "--bogus"}, convert("unknown option '--bogus'")},
-      {{"quality", "in.mesh"}, quality("unknown input format of 'in.mesh' (known: .stl)")},
+      {{"quality", "in.xyz"}, quality("unknown input format of 'in.xyz' (known: " + readable + ")")},
       {{"quality", "builtin", "x"}, quality("unexpected argument 'x'")},
       {{"quality", "--worst"}, quality("missing count after '--worst'")},
       {{"quality", "--worst", "-1"}, quality("invalid count '-1' of '--worst'")},

@@ -44,6 +44,11 @@ TEST(ResultMessages, NameTheArgumentAndTheReason) {
             "argument 7 (g): negative or not a number");
   EXPECT_EQ(message("no_such_function(a)", -1), "argument 1 (a): invalid value");
   EXPECT_EQ(message(nullptr, -2), "argument 2: invalid value");
+  // A reader's code about what the file holds: the reason alone.
+  EXPECT_EQ(message("medit_input(path, pos, connect, ranges, types, refs)", -3),
+            "the file is truncated or malformed");
+  EXPECT_EQ(message("medit_input(path, pos, connect, ranges, types, refs)", -1),
+            "argument 1 (path): the file cannot be opened or read");
   // What a reader found in its file is no argument.
   EXPECT_EQ(message("STL_input(path, pos, connect)", -3), "malformed or truncated STL file");
   EXPECT_EQ(message("STL_input(path, pos, connect)", -1), "argument 1 (path): the file cannot be opened");

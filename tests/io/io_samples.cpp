@@ -17,6 +17,10 @@
 //                                 them through up to 20 rows)
 //   ensight3.geo                  EnSight, every type but ELT_TRIA6 (whose
 //                                 double listing no reader takes)
+//   scalar3.sol, vector3.sol,     MEDIT solutions of the keyword layout
+//   tensor3.sol, tensor2.sol      (medit_solution_output), each with a .txt
+//                                 of "solution <dim> <rows> <nodes>" and
+//                                 the values, one node per line
 //   stl_ascii.stl, stl_binary.stl STL of a closed, outward-oriented torus
 //                                 (both from the inputs stl.txt)
 //
@@ -140,6 +144,21 @@ int write_nastran(const char* path, const dense2D<double>& pos, const std::vecto
   return NASTRAN_output(path, pos, connect, ranges, types, pids);
 }
 
+// A random field written with medit_solution_output, and its values.
+bool write_solution(const std::string& stem, unsigned dim, unsigned rows, unsigned nodes, std::mt19937_64& g) {
+  dense2D<double> values(rows, nodes);
+  std::uniform_real_distribution<double> value(-1e3, 1e3);
+  for (unsigned j = 0; j < nodes; ++j)
+    for (unsigned i = 0; i < rows; ++i) values(i, j) = value(g);
+  if (medit_solution_output((stem + ".sol").c_str(), dim, values) != 0) return false;
+  std::FILE* f = std::fopen((stem + ".txt").c_str(), "w");
+  if (!f) return false;
+  std::fprintf(f, "solution %u %u %u\n", dim, rows, nodes);
+  for (unsigned j = 0; j < nodes; ++j)
+    for (unsigned i = 0; i < rows; ++i) std::fprintf(f, "%.17g%c", values(i, j), i + 1 == rows ? '\n' : ' ');
+  return std::fclose(f) == 0;
+}
+
 // A torus of 40 x 16 quadrangles cut in two, outward-oriented, its nodes
 // moved a little, written as ASCII and binary STL.
 bool write_stl_samples(const std::string& dir, std::mt19937_64& g) {
@@ -216,7 +235,9 @@ int main(int argc, char** argv) {
                   write_sample(dir + "nastran_mixed", ".nas", 3, 200, linear_solids, g, write_nastran) &&
                   write_sample(dir + "nastran2", ".nas", 2, 120, faces, g, write_nastran) &&
                   write_sample(dir + "ensight3", ".geo", 3, 300, ensight, g, write_ensight) &&
-                  write_stl_samples(dir, g);
+                  write_stl_samples(dir, g) && write_solution(dir + "scalar3", 3, 1, 50, g) &&
+                  write_solution(dir + "vector3", 3, 3, 40, g) && write_solution(dir + "tensor3", 3, 6, 30, g) &&
+                  write_solution(dir + "tensor2", 2, 3, 20, g);
   if (!ok) {
     std::fputs("plexa_io_samples: cannot write the samples\n", stderr);
     return 1;

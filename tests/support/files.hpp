@@ -1,7 +1,9 @@
-// Scratch files for tests of the file writers.
+// Scratch files, sample files and damaged files for the tests of the file
+// readers and writers.
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace plexa_test {
 
@@ -19,6 +21,18 @@ class scratch_dir {
  private:
   std::string path_;
 };
+
+// Writes `bytes` to the file `path` (replaced); false when it cannot.
+bool write_file(const std::string& path, const std::string& bytes);
+
+// The hand-written sample file `name` of tests/data.
+std::string data_file(const std::string& name);
+
+// Damaged copies of a file's bytes for the readers' robustness tests:
+// every prefix (the empty one included, the whole excluded), then `flips`
+// copies in each of which a few bytes (1 to 4, seeded by `seed`) are set to
+// random values.
+std::vector<std::string> damaged_copies(const std::string& bytes, unsigned flips, unsigned seed);
 
 // The bytes of a file; "" with *exists set to false when it cannot be opened.
 std::string read_file(const std::string& path, bool* exists = nullptr);

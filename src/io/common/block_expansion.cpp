@@ -87,6 +87,42 @@ int check_blocks(const dense2D<unsigned>* first, const dense2D<unsigned>* last, 
   return 0;
 }
 
+unsigned ranged_block_rows(element_type type, unsigned rows, bool& fits) noexcept {
+  fits = true;
+  if (type == ELT_FACE_MIX) return rows < 4 ? rows : 4;
+  if (type == ELT_SOLID_MIX) return rows < 20 ? rows : 20;
+  const unsigned needed = node_count(type);
+  fits = needed <= rows;
+  return fits ? needed : 0;
+}
+
+element_type ranged_column_type(element_type mixed, const unsigned* col, unsigned rows) noexcept {
+  auto used = [&](unsigned i) { return i < rows && col[i] != NO_INDEX; };
+  if (mixed == ELT_FACE_MIX) return used(3) ? ELT_QUAD4 : ELT_TRIA3;
+  if (used(4) && used(5) && used(6)) return ELT_HEXA8;
+  if (used(4)) return used(5) ? ELT_WEDGE6 : ELT_PYRA5;
+  return ELT_TETRA4;
+}
+
+int check_ranged_blocks(const dense2D<unsigned>& connect, const dense1D<unsigned, 8>& ranges,
+                        const dense1D<int, 8>& types, const dense1D<unsigned, 8>& ids, unsigned nodes) noexcept {
+  const unsigned blocks = types.size(), rows = connect.rows(), cols = connect.cols();
+  if (ranges.size() != blocks + 1) return -5;
+  if (ids.size() != cols) return -6;
+  for (unsigned i = 0; i < blocks; ++i)
+    if (ranges[i] > ranges[i + 1] || ranges[i + 1] > cols) return -4;
+  for (unsigned i = 0; i < blocks; ++i) {
+    if (ranges[i] == ranges[i + 1]) continue;
+    if (!is_element_type(types[i])) return -3;
+    bool fits;
+    const unsigned used = ranged_block_rows(element_type(types[i]), rows, fits);
+    if (!fits ||
+        !check_IDs(connect.sub_matrix(0, ranges[i], used, ranges[i + 1] - ranges[i]), element_type(types[i]), nodes))
+      return -3;
+  }
+  return 0;
+}
+
 }  // namespace detail
 }  // namespace plexa
 }  // namespace zeb

@@ -43,6 +43,27 @@ struct simple_block {
 int check_blocks(const dense2D<unsigned>* first, const dense2D<unsigned>* last, const int* types,
                  unsigned type_count, unsigned nodes) noexcept;
 
+// Blocks given as column ranges of one connectivity (the block form of the
+// writers: NASTRAN, MEDIT with per-element references, OBJ): block i holds
+// the columns ranges[i] to ranges[i+1] - 1 and has the element type
+// types[i]; each element has one entry of `ids`.
+//
+// The rows through which a block of `type` is read in a connectivity of
+// `rows` rows: min(rows, 4) for ELT_FACE_MIX, min(rows, 20) for
+// ELT_SOLID_MIX, nbr_nodes(type) otherwise; 0 with fits = false when the
+// connectivity is too short for the type.
+unsigned ranged_block_rows(element_type type, unsigned rows, bool& fits) noexcept;
+// The member type of a mixed column read through `rows` rows (rows past
+// them count as unused).
+element_type ranged_column_type(element_type mixed, const unsigned* col, unsigned rows) noexcept;
+// The checks of the block form, in this order: -5 when ranges.size() is not
+// types.size() + 1; -6 when ids.size() is not connect.cols(); -4 when the
+// ranges decrease or go past connect.cols(); -3 when a block with columns
+// is refused by check_IDs(block, type, nodes) (fewer rows than its type
+// needs and out-of-range types included).  0 when all pass.
+int check_ranged_blocks(const dense2D<unsigned>& connect, const dense1D<unsigned, 8>& ranges,
+                        const dense1D<int, 8>& types, const dense1D<unsigned, 8>& ids, unsigned nodes) noexcept;
+
 class block_expansion {
  public:
   block_expansion() noexcept = default;

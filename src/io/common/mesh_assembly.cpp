@@ -26,17 +26,21 @@ bool mesh_assembly::add_node(unsigned id, const double* x) noexcept {
 bool mesh_assembly::add_element(element_type type, const unsigned* node_ids, unsigned count, unsigned element_id,
                                 unsigned id) noexcept {
   const unsigned first = refs_.size();
-  if (std::uint64_t(first) + count > UINT32_MAX - 1) return false;
-  for (unsigned k = 0; k < count; ++k)
-    if (!refs_.push_back(node_ids[k])) {
-      refs_.resize(first);
-      return false;
-    }
+  if (std::uint64_t(first) + count > UINT32_MAX - 1 || !refs_.resize(first + count)) return false;
+  std::copy(node_ids, node_ids + count, refs_.data() + first);
   if (!elements_.push_back(element{int(type), first, count, element_id, id})) {
     refs_.resize(first);
     return false;
   }
   return true;
+}
+
+bool mesh_assembly::reserve(unsigned nodes, unsigned elements, unsigned per_element) noexcept {
+  const std::uint64_t n = std::uint64_t(node_ids_.size()) + nodes, m = std::uint64_t(elements_.size()) + elements;
+  const std::uint64_t r = refs_.size() + std::uint64_t(elements) * per_element;
+  if (n * dim_ > UINT32_MAX || m > UINT32_MAX || r > UINT32_MAX) return false;
+  return node_ids_.reserve(unsigned(n)) && coords_.reserve(unsigned(n * dim_)) && elements_.reserve(unsigned(m)) &&
+         refs_.reserve(unsigned(r));
 }
 
 namespace {

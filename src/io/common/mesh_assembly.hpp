@@ -31,6 +31,13 @@ class mesh_assembly {
   // What finish() found.
   enum class outcome { complete, out_of_memory, duplicate_node, missing_node };
 
+  // The result code of an outcome: 0, -199, or the reader's own codes for
+  // a missing and a repeated node id.
+  static constexpr int code(outcome o, int missing, int duplicate) noexcept {
+    return o == outcome::complete ? 0 : o == outcome::out_of_memory ? -199 : o == outcome::missing_node ? missing
+                                                                                                       : duplicate;
+  }
+
   // Nodes of `dim` coordinates (1 to 3).
   explicit mesh_assembly(unsigned dim) noexcept : dim_(dim) {}
 
@@ -40,6 +47,12 @@ class mesh_assembly {
   // runs out.
   bool add_element(element_type type, const unsigned* node_ids, unsigned count, unsigned element_id,
                    unsigned id) noexcept;
+
+  // Room for `nodes` more nodes and `elements` more elements of `per_element`
+  // nodes, so that storage does not grow step by step.  A hint: a reader
+  // passes counts that the file announces, bounded by what the file can
+  // hold; false when the memory cannot be had (the assembly is unchanged).
+  bool reserve(unsigned nodes, unsigned elements, unsigned per_element) noexcept;
 
   unsigned node_count() const noexcept { return node_ids_.size(); }
   unsigned element_count() const noexcept { return elements_.size(); }

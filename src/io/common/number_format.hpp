@@ -23,6 +23,7 @@ struct exponent_form {
   char letter;
 };
 constexpr exponent_form UPPER_E = {6, 'E'};
+constexpr exponent_form LOWER_E = {6, 'e'};  // "%e"
 
 // Writes `value` as "%E" does: the exact binary value rounded to 7
 // significant digits (ties to even), "d.ddddddE+xx" with at least two

@@ -1,0 +1,197 @@
+// Tokens of a text file for the readers of keyword formats (MEDIT, OBJ).
+//
+// The stream is read in blocks into a buffer of its own; a token (a run of
+// characters that are not white space) is always whole in the buffer and
+// followed there by a character that ends it (white space, or a NUL placed
+// after the last byte read), so that the number readers of number_parse.hpp
+// can work on it in place.  A token longer than TOKEN_MAX characters is
+// refused (the reader reports a malformed file), which keeps the memory of
+// a reader independent of what the file holds.
+//
+// White space is the C locale's; a '\n' is a line end, which the line-based
+// readers ask for separately.  A NUL byte in the file is an ordinary
+// character of a token (so a number followed by one is malformed).
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include <zeb/dense.hpp>
+
+#include "io/common/number_parse.hpp"
+
+namespace zeb {
+namespace plexa {
+namespace detail {
+
+class text_scanner {
+ public:
+  static constexpr unsigned BLOCK = 1u << 16;
+  static constexpr unsigned TOKEN_MAX = BLOCK / 2;
+
+  // The characters of a token, [first, last), inside the buffer.
+  struct token {
+    const char* first;
+    const char* last;
+    unsigned size() const noexcept { return unsigned(last - first); }
+  };
+
+  explicit text_scanner(std::FILE* f) noexcept : f_(f) {}
+  text_scanner(const text_scanner&) = delete;
+  text_scanner& operator=(const text_scanner&) = delete;
+
+  // Storage for the buffer; false when it cannot be had.
+  bool init() noexcept;
+
+  // The next character without taking it; -1 at the end of the stream.
+  int peek() noexcept {
+    if (head_ == tail_ && !fill()) return -1;
+    return static_cast<unsigned char>(buffer_[head_]);
+  }
+  void advance() noexcept { ++head_; }
+
+  // Skips white space, line ends included (skip_blanks stops at a '\n'),
+  // and, when `comments`, every '#' that starts a token with the rest of its
+  // line.  Returns the next character, -1 at the end of the stream.
+  int skip_space(bool comments) noexcept {
+    for (;;) {
+      while (head_ < tail_ && is_c_space(buffer_[head_])) ++head_;
+      if (head_ == tail_) {
+        if (!fill()) return -1;
+        continue;
+      }
+      if (comments && buffer_[head_] == '#') {
+        skip_line();
+        continue;
+      }
+      return static_cast<unsigned char>(buffer_[head_]);
+    }
+  }
+  int skip_blanks() noexcept {
+    for (;;) {
+      while (head_ < tail_ && buffer_[head_] != '\n' && is_c_space(buffer_[head_])) ++head_;
+      if (head_ < tail_) return static_cast<unsigned char>(buffer_[head_]);
+      if (!fill()) return -1;
+    }
+  }
+  // Skips to the next line: past the first '\n', or to the end.
+  void skip_line() noexcept;
+
+  // Takes the token at the current position (after the white space was
+  // skipped).  False at the end of the stream, or when the token is longer
+  // than TOKEN_MAX (too_long() then tells).
+  bool take(token& t) noexcept {
+    unsigned p = head_;
+    while (p < tail_ && !is_c_space(buffer_[p])) ++p;
+    if (p == tail_ && !end_) return take_slow(t);
+    if (p == head_) return false;
+    if (p - head_ > TOKEN_MAX) return too_long_ = true, false;
+    t = {buffer_.data() + head_, buffer_.data() + p};
+    head_ = p;
+    return true;
+  }
+  // Skips white space (and comments) and takes the token after it.
+  bool next(token& t, bool comments) noexcept { return skip_space(comments) >= 0 && take(t); }
+
+  // next() and the whole token read as token_double, or as token_integer in
+  // [low, high], below; false when there is no token or it is no such
+  // number.  The number is read in place when it is short (the common
+  // case), through the token otherwise.
+  bool next_double(double& value, bool comments) noexcept;
+  bool next_integer(std::int64_t low, std::int64_t high, std::int64_t& value, bool comments) noexcept;
+
+  bool too_long() const noexcept { return too_long_; }
+  // True when the stream reported an error while it was read.
+  bool read_error() const noexcept { return error_; }
+
+ private:
+  // Moves what is left to the front and reads more; false when nothing is
+  // left and the stream has no more.
+  bool fill() noexcept;
+  bool take_slow(token& t) noexcept;
+  // Loads more when fewer than SHORT characters are left; the start of the
+  // characters from head_ on.
+  static constexpr unsigned SHORT = 64;
+  const char* short_ahead() noexcept {
+    if (tail_ - head_ < SHORT && !end_) fill();
+    return buffer_.data() + head_;
+  }
+  // Whether a token that stops at p ends there: white space, or the end of
+  // the stream.
+  bool ends_at(const char* p) const noexcept {
+    const char* tail = buffer_.data() + tail_;
+    return p < tail ? is_c_space(*p) : end_;
+  }
+
+  std::FILE* f_;
+  dense1D<char, 8> buffer_;
+  unsigned head_ = 0, tail_ = 0;
+  bool end_ = false, error_ = false, too_long_ = false;
+};
+
+// Whether a token is `word`, in any case (word in lower case).
+bool token_is(const text_scanner::token& t, const char* word) noexcept;
+
+// The whole token as a decimal integer (an optional sign, then digits) in
+// [low, high]; false for anything else.
+inline bool token_integer(const text_scanner::token& t, std::int64_t low, std::int64_t high,
+                          std::int64_t& value) noexcept {
+  const char* p = t.first;
+  const bool negative = p < t.last && *p == '-';
+  if (p < t.last && (*p == '-' || *p == '+')) ++p;
+  // At most 18 digits: no overflow, and far beyond any bound asked for.
+  if (p == t.last || t.last - p > 18) return false;
+  std::int64_t v = 0;
+  for (; p < t.last; ++p) {
+    const unsigned digit = unsigned(*p - '0');
+    if (digit > 9) return false;
+    v = v * 10 + digit;
+  }
+  if (negative) v = -v;
+  if (v < low || v > high) return false;
+  value = v;
+  return true;
+}
+// The whole token as "%lg" reads it; false when characters are left over.
+inline bool token_double(const text_scanner::token& t, double& value) noexcept {
+  const char* end = parse_double(t.first, value);
+  return end == t.last;
+}
+
+inline bool text_scanner::next_double(double& value, bool comments) noexcept {
+  if (skip_space(comments) < 0) return false;
+  const char* p = short_ahead();
+  const char* end = parse_double(p, value);
+  if (end && ends_at(end)) {
+    head_ = unsigned(end - buffer_.data());
+    return true;
+  }
+  token t;
+  return take(t) && token_double(t, value);
+}
+
+inline bool text_scanner::next_integer(std::int64_t low, std::int64_t high, std::int64_t& value,
+                                       bool comments) noexcept {
+  if (skip_space(comments) < 0) return false;
+  const char* first = short_ahead();
+  const char* p = first;
+  const char* tail = buffer_.data() + tail_;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  const char* digits = p;
+  std::int64_t v = 0;
+  for (unsigned d; p < tail && (d = unsigned(*p - '0')) <= 9 && p - digits < 18; ++p) v = v * 10 + d;
+  if (p > digits && ends_at(p)) {
+    if (negative) v = -v;
+    if (v < low || v > high) return false;
+    head_ = unsigned(p - buffer_.data());
+    value = v;
+    return true;
+  }
+  token t;
+  return take(t) && token_integer(t, low, high, value);
+}
+
+}  // namespace detail
+}  // namespace plexa
+}  // namespace zeb

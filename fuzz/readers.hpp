@@ -17,15 +17,18 @@ namespace plexa_fuzz {
 
 // Everything a reader gives back.  Mesh readers fill pos, connect, ranges
 // and types (a reader of one element type as one block); per-node and
-// per-element lists (ids, references) go to node_lists and element_lists,
-// numbers of their own (a report, a dimension) to `values`.
+// per-element lists (ids, references, groups) go to node_lists and
+// element_lists, other matrices (the values of a solution) to `field`,
+// names (of groups) to `names`, numbers of their own (a report, a
+// dimension) to `values`.
 struct read_outcome {
   int code = 0;
-  zeb::dense2D<double> pos;
+  zeb::dense2D<double> pos, field;
   zeb::dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges;
   zeb::dense1D<int, 8> types;
   std::vector<zeb::dense1D<unsigned, 8>> node_lists, element_lists;
+  std::vector<std::string> names;
   std::vector<double> values;
 };
 
@@ -37,6 +40,7 @@ struct reader_entry {
   // reader documents about its outputs beyond the checks every mesh gets.
   std::string (*check)(const read_outcome& o);
   std::vector<int> codes;  // what it may return on arbitrary bytes, success excluded
+  bool mesh = true;        // whether the outcome is a mesh (blocks checked)
 };
 
 const std::vector<reader_entry>& readers();
@@ -47,10 +51,10 @@ const reader_entry* find_reader(const std::string& name);
 // every one is kept):
 //   a code that `r` does not document for arbitrary bytes;
 //   on failure, an output that is not empty (or a value not 0);
-//   on success, a node index that is not one (check_IDs of every block),
-//   blocks whose ranges and types disagree (ranges 0 to the column count,
-//   ascending, one more than types), a list of a size other than the node
-//   or element count, and the entry's own check.
+//   on success, for a mesh: a node index that is not one (check_IDs of
+//   every block), blocks whose ranges and types disagree (ranges 0 to the
+//   column count, ascending, one more than types), a list of a size other
+//   than the node or element count; and the entry's own check.
 std::string broken_promise(const reader_entry& r, const unsigned char* data, std::size_t size);
 // The same on what `r` gave back.
 std::string broken_promise(const reader_entry& r, const read_outcome& o);

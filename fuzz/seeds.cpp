@@ -4,12 +4,14 @@
 // (<data>/fuzz/<target>/).
 //
 // Usage: plexa_fuzz_seeds <out> <data>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <zeb/plexa.hpp>
 
@@ -20,6 +22,14 @@ namespace {
 namespace fs = std::filesystem;
 using namespace zeb::plexa;
 using zeb::dense2D;
+
+// rows x cols values that the writers print exactly.
+dense2D<double> random_values(std::mt19937_64& g, unsigned rows, unsigned cols) {
+  dense2D<double> v(rows, cols);
+  for (unsigned j = 0; j < cols; ++j)
+    for (unsigned i = 0; i < rows; ++i) v(i, j) = 0.125 * (double(g() % 4096) - 2048.0);
+  return v;
+}
 
 struct surface {
   dense2D<double> pos;
@@ -73,6 +83,98 @@ void stl_seeds(const fs::path& dir) {
   }
 }
 
+// A mesh of blocks of the given types over nodes of a 3 x 3 x 3 grid (the
+// first `dim` coordinates), each block of 1 to 3 elements of distinct
+// nodes, the rows of the largest type, unused rows 4294967295; the
+// reference of element j is j % 3.
+struct block_mesh {
+  dense2D<double> pos;
+  dense2D<unsigned> connect;
+  zeb::dense1D<unsigned, 8> ranges, refs;
+  zeb::dense1D<int, 8> types;
+};
+
+block_mesh blocks_of(unsigned dim, std::initializer_list<element_type> kinds, std::mt19937_64& g) {
+  block_mesh m;
+  m.pos = dense2D<double>(dim, 27);
+  for (unsigned k = 0; k < 27; ++k)
+    for (unsigned i = 0; i < dim; ++i) m.pos(i, k) = 0.5 * double(k / (i == 0 ? 1 : i == 1 ? 3 : 9) % 3);
+  unsigned rows = 1, cols = 0;
+  std::vector<unsigned> counts;
+  for (element_type t : kinds) {
+    rows = std::max(rows, nbr_nodes(t));
+    counts.push_back(1 + unsigned(g() % 3));
+    cols += counts.back();
+  }
+  m.connect = dense2D<unsigned>(rows, cols, 4294967295u);
+  m.ranges = zeb::dense1D<unsigned, 8>(unsigned(counts.size() + 1), 0u);
+  m.types = zeb::dense1D<int, 8>(unsigned(counts.size()), 0);
+  m.refs = zeb::dense1D<unsigned, 8>(cols, 0u);
+  unsigned j = 0, b = 0;
+  for (element_type t : kinds) {
+    m.types[b] = t;
+    for (unsigned e = 0; e < counts[b]; ++e, ++j) {
+      std::vector<unsigned> nodes(27);
+      for (unsigned k = 0; k < 27; ++k) nodes[k] = k;
+      std::shuffle(nodes.begin(), nodes.end(), g);
+      for (unsigned i = 0; i < nbr_nodes(t); ++i) m.connect(i, j) = nodes[i];
+      m.refs[j] = j % 3;
+    }
+    m.ranges[++b] = j;
+  }
+  return m;
+}
+
+void report_failure(int r, const fs::path& path) {
+  if (r != 0) std::fprintf(stderr, "cannot write %s (%d)\n", path.c_str(), r);
+}
+
+void medit_seeds(const fs::path& dir) {
+  std::mt19937_64 g(3);
+  const block_mesh meshes[] = {
+      blocks_of(3, {ELT_EDGE2, ELT_TRIA3, ELT_QUAD4, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8}, g),
+      blocks_of(3, {ELT_TETRA10, ELT_HEXA27, ELT_TRIA6, ELT_WEDGE18}, g),
+      blocks_of(2, {ELT_TRIA3, ELT_QUAD4, ELT_EDGE2}, g),
+      blocks_of(3, {}, g),
+  };
+  unsigned k = 0;
+  for (const block_mesh& m : meshes) {
+    const fs::path path = dir / ("written" + std::to_string(k++) + ".mesh");
+    report_failure(medit_output(path.c_str(), m.pos, m.connect, m.ranges, m.types, m.refs), path);
+  }
+}
+
+void medit_solution_seeds(const fs::path& dir) {
+  std::mt19937_64 g(4);
+  unsigned k = 0;
+  for (unsigned dim : {2u, 3u})
+    for (unsigned rows : {1u, dim, dim * (dim + 1) / 2}) {
+      const dense2D<double> values = random_values(g, rows, 5);
+      fs::path path = dir / ("written" + std::to_string(k++) + ".sol");
+      report_failure(medit_solution_output(path.c_str(), dim, values), path);
+      path = dir / ("written" + std::to_string(k++) + ".bb");
+      report_failure(rows == 1 ? medit_scalar(path.c_str(), dim, values.as_vector())
+                     : rows == dim ? medit_vector(path.c_str(), dim, values)
+                                   : medit_tensor(path.c_str(), values),
+                     path);
+    }
+}
+
+void obj_seeds(const fs::path& dir) {
+  std::mt19937_64 g(5);
+  const block_mesh meshes[] = {
+      blocks_of(3, {ELT_TRIA3, ELT_QUAD4, ELT_EDGE2, ELT_NODE, ELT_TRIA3}, g),
+      blocks_of(2, {ELT_QUAD8, ELT_TRIA6, ELT_EDGE3}, g),
+      blocks_of(3, {}, g),
+  };
+  const std::vector<std::string> names = {"", "walls", "a b"};
+  unsigned k = 0;
+  for (const block_mesh& m : meshes) {
+    const fs::path path = dir / ("written" + std::to_string(k++) + ".obj");
+    report_failure(WavefrontOBJ_output(path.c_str(), m.pos, m.connect, m.ranges, m.types, m.refs, names), path);
+  }
+}
+
 // Inputs of the round-trip target: random bytes.
 void roundtrip_seeds(const fs::path& dir) {
   std::mt19937_64 g(2);
@@ -100,8 +202,9 @@ int main(int argc, char** argv) {
   const fs::path out = argv[1], data = argv[2];
   // The targets with seeds written here, and those of the readers (the
   // round-trip target reads no file).
-  const std::map<std::string, void (*)(const fs::path&)> written = {{"roundtrip", roundtrip_seeds},
-                                                                     {"stl", stl_seeds}};
+  const std::map<std::string, void (*)(const fs::path&)> written = {
+      {"roundtrip", roundtrip_seeds}, {"stl", stl_seeds},   {"medit", medit_seeds},
+      {"medit_solution", medit_solution_seeds}, {"obj", obj_seeds}};
   std::map<std::string, std::string> extensions = {{"roundtrip", ""}};
   for (const plexa_fuzz::reader_entry& r : plexa_fuzz::readers()) extensions[r.name] = r.extension;
   for (const auto& [name, extension] : extensions) {

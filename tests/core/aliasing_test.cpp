@@ -27,12 +27,13 @@
 //   larger block  the written one first with a gap before the other: what
 //                 grows in place runs over it.
 // The call must give what it gives on private deep copies of the same
-// contents, or refuse as documented.  Absent, having no pair to alias: the
-// transforms and the all-node merge (pos is their only double container),
-// shift_indices, node_detector::find_in_box, valid_metrics, bound_metrics,
-// min_quality (whose outputs are scalars, written when it returns),
-// edge_qualities (it writes only a histogram), STL_input (its two outputs
-// differ in type and it reads no container).
+// contents, or refuse as documented.  Rows with no pair to alias are passed
+// over: the transforms and the all-node merge (pos is their only double
+// container), edge_qualities (it writes only a histogram), STL_input and
+// medit_solution_input (outputs of different types, no container read),
+// and the writers of files (nothing written in place).  Not in the table:
+// shift_indices, valid_metrics, bound_metrics, min_quality (whose outputs
+// are scalars, written when it returns).
 #include <algorithm>
 #include <set>
 #include <string>
@@ -240,6 +241,14 @@ void for_each_alias(const public_call& c, F&& f) {
         if (c.roles[o] != 'i' && i != o && applies(sample[o], sample[i], w)) f(o, i, w);
 }
 
+// Whether a row has a written argument and another of its element type (a
+// writer of files, a reader of one output, do not).
+bool has_alias(const public_call& c) {
+  bool found = false;
+  for_each_alias(c, [&found](unsigned, unsigned, way) { found = true; });
+  return found;
+}
+
 // What a failed or refused call leaves: emptied outputs, and the arguments
 // it keeps as they were.
 void expect_left_alone(const public_call& c, const setup& s) {
@@ -256,6 +265,7 @@ void expect_left_alone(const public_call& c, const setup& s) {
 
 TEST(Aliasing, EveryWrittenArgumentAgainstEveryOtherOfItsElementType) {
   for (const public_call& c : public_calls()) {
+    if (!has_alias(c)) continue;
     unsigned cases = 0, succeeding = 0;
     for_each_alias(c, [&](unsigned o, unsigned i, way w) {
       for (unsigned seed = 0; seed < 4; ++seed) {

@@ -2,6 +2,10 @@
 // arguments they are made of.
 #include "support/public_calls.hpp"
 
+#include <cstdio>
+#include <cstring>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "support/meshes.hpp"
@@ -16,7 +20,9 @@ std::vector<double> contents(const slot& s) {
   std::visit(
       [&out](const auto& c) {
         using C = std::decay_t<decltype(c)>;
-        if constexpr (traits<C>::container) {
+        if constexpr (std::is_same_v<C, I1>) {
+          for (int x : c) out.push_back(double(x));
+        } else if constexpr (traits<C>::container) {
           if constexpr (traits<C>::matrix) out.insert(out.end(), {double(c.rows()), double(c.cols())});
           for (auto x : to_vector(c)) out.push_back(double(x));
         } else {
@@ -126,6 +132,67 @@ D2 valid_field(G& g, unsigned rows, unsigned cols) {
     for (unsigned k = 0; k * (k + 3) / 2 < rows; ++k) m(k * (k + 3) / 2, j) = 1.0 + double(g() % 3);
   return m;
 }
+
+
+// ELT_SOLID_MIX columns: tetrahedra, pyramids, wedges and hexahedra, rows
+// past their nodes UINT_MAX.
+U2 mixed_solids(G& g, unsigned cols, unsigned below) {
+  U2 m = conn(g, 8, cols, below);
+  static const unsigned counts[] = {4, 5, 6, 8};
+  for (unsigned j = 0; j < cols; ++j)
+    for (unsigned i = counts[g() % 4]; i < 8; ++i) m(i, j) = NO;
+  return m;
+}
+
+I1 types_of(std::initializer_list<int> v) {
+  I1 t(unsigned(v.size()), 0);
+  std::copy(v.begin(), v.end(), t.begin());
+  return t;
+}
+
+// Samples of the formats read, small but with every kind of statement that
+// makes a reader allocate.
+constexpr const char* stl_sample =
+    "solid\n facet normal 0 0 1\n outer loop\n vertex 0 0 0\n vertex 1 0 0\n vertex 1 1 0\n endloop\n endfacet\n"
+    " facet normal 0 0 1\n outer loop\n vertex 0 0 0\n vertex 1 1 0\n vertex 0 1 0\n endloop\n endfacet\n"
+    "endsolid\n";
+constexpr const char* medit_sample =
+    "MeshVersionFormatted 2\nDimension 3\nVertices 6\n0 0 0 1\n1 0 0 1\n0 1 0 1\n0 0 1 1\n1 1 1 1\n1 1 0 1\n"
+    "Triangles 2\n1 2 3 7\n2 3 4 8\nCorners 1 1\nTetrahedra 1\n1 2 3 4 5\n"
+    "Hexahedra 2\n1 2 3 4 5 5 5 5 1\n1 2 3 3 4 5 6 6 2\nEnd\n";
+constexpr const char* solution_sample =
+    "MeshVersionFormatted 2\nDimension 2\nSolAtVertices\n3\n2 1 2\n1 2 3\n4 5 6\n7 8 9\nEnd\n";
+constexpr const char* obj_sample =
+    "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 2 0 0\nf 1 2 3\ng walls\nf 1 2 3 4 5\nl 1 2 3\n"
+    "o cap\np 1 -1\nf 1//1 2 3 4\n";
+
+// A read-only stream over a sample, closed when it goes.
+struct sample_stream {
+  explicit sample_stream(const char* text) : f(fmemopen(const_cast<char*>(text), std::strlen(text), "r")) {}
+  ~sample_stream() {
+    if (f) std::fclose(f);
+  }
+  sample_stream(const sample_stream&) = delete;
+  sample_stream& operator=(const sample_stream&) = delete;
+  std::FILE* f;
+};
+
+// The file the writers write, in the test's temporary folder.
+const char* scratch_file() {
+  static const std::string path = ::testing::TempDir() + "plexa_public_calls_scratch";
+  return path.c_str();
+}
+
+// A stream the writers of streams write to, thrown away when it goes.
+struct scratch_stream {
+  scratch_stream() : f(std::tmpfile()) {}
+  ~scratch_stream() {
+    if (f) std::fclose(f);
+  }
+  scratch_stream(const scratch_stream&) = delete;
+  scratch_stream& operator=(const scratch_stream&) = delete;
+  std::FILE* f;
+};
 
 }  // namespace
 
@@ -376,6 +443,93 @@ const std::vector<public_call>& public_calls() {
     {"H_shock(pos, edges, M, S)", "iiik",
      [](G& g) { return slots{points(g, 3, 8), conn(g, 2, 6, 8), valid_field(g, 6, 8), sizes(g, 3)}; },
      [](S a, unsigned) { return H_shock(d2(a[0]), u2(a[1]), d2(a[2]), d1(a[3])); }},
+
+    // Index counts, transforms and merging of all nodes.
+    {"count_unique_indices(connect)", "i", [](G& g) { return slots{conn(g, 3, 6, 40)}; },
+     [](S a, unsigned) { return count_unique_indices(u2(a[0])); }},
+    {"translate(pos, T, connect)", "ki", [](G& g) { return slots{points(g, 3, 8), conn(g, 3, 3, 8)}; },
+     [](S a, unsigned) { return translate(d2(a[0]), V3(0.5, 0.0, 1.0), u2(a[1])); }},
+    {"zoom(pos, C, factor, nodes)", "ki", [](G& g) { return slots{points(g, 2, 8), list(g, 8, 5)}; },
+     [](S a, unsigned) { return zoom(d2(a[0]), V2(0.5, 0.0), 2.0, u1(a[1])); }},
+    {"merge(pos, connect, tolerance, mode)", "ik", [](G& g) { return slots{points(g, 2, 10), conn(g, 3, 4, 10)}; },
+     [](S a, unsigned s) { return merge(d2(a[0]), u2(a[1]), 0.1, s % 3); }},
+    {"merge(pos, first, last, tolerance, mode)", "ikk",
+     [](G& g) { return slots{points(g, 3, 10), conn(g, 3, 3, 10), conn(g, 4, 2, 10)}; },
+     [](S a, unsigned s) {
+       U2 range[2] = {u2(a[1]), u2(a[2])};
+       return merge(d2(a[0]), range, range + 2, 0.1, s % 3);
+     }},
+    {"node_detector(pos): reinit, insert, find_in_box, copy", "iix",
+     [](G& g) { return slots{points(g, 3, 12), list(g, 12, 6), list(g, 9, 2)}; },
+     [](S a, unsigned) {
+       node_detector d;
+       int r = d.reinit(d2(a[0]), u1(a[1]));
+       if (r < 0) return r;
+       d.insert(u1(a[1]));
+       r = d.find_in_box(V3(0.0, 0.0, 0.0), V3(0.5, 0.5, 1.0), u1(a[2]));
+       if (r < 0) return r;
+       const node_detector copy(d);
+       return copy.size() == d.size() ? r : -199;
+     }},
+    {"edge_qualities(pos, connect, type, sizes, histogram, excluded)", "iiii",
+     [](G& g) { return slots{points(g, 2, 9), triangles(g), valid_field(g, 1, 9).as_vector(), conn(g, 2, 1, 9)}; },
+     [](S a, unsigned) {
+       zeb::misc::histogram h;
+       return edge_qualities(d2(a[0]), u2(a[1]), ELT_TRIA3, d1(a[2]), h, u2(a[3]));
+     }},
+
+    // Readers (of the row's sample file) and writers (to a scratch file).
+    {"STL_input(f, pos, connect, report)", "oo", [](G& g) { return slots{points(g, 3, 3), conn(g, 3, 1, 3)}; },
+     [](S a, unsigned) {
+       sample_stream in(stl_sample);
+       STL_read_report report;
+       return STL_input(in.f, d2(a[0]), u2(a[1]), report);
+     }},
+    {"medit_input(f, pos, connect, ranges, types, refs)", "ooooo",
+     [](G& g) { return slots{points(g, 3, 3), conn(g, 3, 1, 3), list(g, 9, 2), types_of({3}), list(g, 9, 1)}; },
+     [](S a, unsigned) {
+       sample_stream in(medit_sample);
+       return medit_input(in.f, d2(a[0]), u2(a[1]), u1(a[2]), i1(a[3]), u1(a[4]));
+     },
+     {{2, 4, -6}}},
+    {"medit_solution_input(f, dim, values)", "o", [](G& g) { return slots{points(g, 2, 2)}; },
+     [](S a, unsigned) {
+       sample_stream in(solution_sample);
+       unsigned dim;
+       return medit_solution_input(in.f, dim, d2(a[0]));
+     }},
+    {"WavefrontOBJ_input(f, pos, connect, ranges, types, groups, names)", "ooooo",
+     [](G& g) { return slots{points(g, 3, 3), conn(g, 3, 1, 3), list(g, 9, 2), types_of({3}), list(g, 9, 1)}; },
+     [](S a, unsigned) {
+       sample_stream in(obj_sample);
+       std::vector<std::string> names;
+       return WavefrontOBJ_input(in.f, d2(a[0]), u2(a[1]), u1(a[2]), i1(a[3]), u1(a[4]), names);
+     },
+     {{2, 4, -6}}},
+    {"medit_output(path, pos, connect1, connect2, type1, type2)", "iii",
+     [](G& g) { return slots{points(g, 3, 10), mixed_faces(g, 6, 10), mixed_solids(g, 6, 10)}; },
+     [](S a, unsigned) { return medit_output(scratch_file(), d2(a[0]), u2(a[1]), u2(a[2]), ELT_FACE_MIX, ELT_SOLID_MIX); }},
+    {"medit_output(path, pos, connect, type, colors)", "iii",
+     [](G& g) { return slots{points(g, 2, 9), triangles(g), list(g, 3, 8)}; },
+     [](S a, unsigned) { return medit_output(scratch_file(), d2(a[0]), u2(a[1]), ELT_TRIA3, u1(a[2])); }, {}, -6},
+    {"NASTRAN_output(f, pos, connect1, connect2, type1, type2)", "iii",
+     [](G& g) { return slots{points(g, 3, 10), mixed_faces(g, 6, 10), mixed_solids(g, 6, 10)}; },
+     [](S a, unsigned) {
+       scratch_stream out;
+       return NASTRAN_output(out.f, d2(a[0]), u2(a[1]), u2(a[2]), ELT_FACE_MIX, ELT_SOLID_MIX);
+     }},
+    {"ensight_output(path, pos, connect1, connect2, type1, type2)", "iii",
+     [](G& g) { return slots{points(g, 3, 10), mixed_faces(g, 6, 10), mixed_solids(g, 6, 10)}; },
+     [](S a, unsigned) {
+       return ensight_output(scratch_file(), d2(a[0]), u2(a[1]), u2(a[2]), ELT_FACE_MIX, ELT_SOLID_MIX);
+     }},
+    {"vtk_convert(connect, type, ncells, cells, cell_types)", "ikk",
+     [](G& g) { return slots{conn(g, 6, 4, 12), list(g, 9, 3), list(g, 9, 1)}; },
+     [](S a, unsigned) {
+       unsigned ncells = 0;
+       return vtk_convert(u2(a[0]), ELT_TRIA6, ncells, u1(a[1]), u1(a[2]));
+     },
+     {{1, 2, -5}}},
 };
   return table;
 }

@@ -2,7 +2,10 @@
 // allocation-failure sweep (tests/core/aliasing_test.cpp,
 // allocation_sweep_test.cpp): one row per public function that writes a
 // container or allocates, with the role of each argument, a factory of
-// fresh arguments from a seed and the call.
+// fresh arguments from a seed and the call.  Readers read a sample file
+// given by the row (their outputs are its arguments); writers write to a
+// scratch file (their arguments are all read only, so the aliasing test
+// has nothing to alias in them).
 #pragma once
 
 #include <random>
@@ -20,7 +23,8 @@ using D1 = zeb::dense1D<double, 8>;
 using D2 = zeb::dense2D<double>;
 using V2 = zeb::vector_fixed<double, 2>;
 using V3 = zeb::vector_fixed<double, 3>;
-using slot = std::variant<U1, U2, D1, D2, V2, V3>;
+using I1 = zeb::dense1D<int, 8>;  // element types
+using slot = std::variant<U1, U2, D1, D2, V2, V3, I1>;
 using slots = std::vector<slot>;
 using S = slot* const*;
 using G = std::mt19937_64;
@@ -31,6 +35,7 @@ inline D1& d1(slot* s) { return std::get<D1>(*s); }
 inline D2& d2(slot* s) { return std::get<D2>(*s); }
 inline V2& v2(slot* s) { return std::get<V2>(*s); }
 inline V3& v3(slot* s) { return std::get<V3>(*s); }
+inline I1& i1(slot* s) { return std::get<I1>(*s); }
 
 template <class C>
 struct traits {
@@ -69,7 +74,7 @@ struct public_call {
   // Codes for two outputs that are one object, or for two arguments changed
   // in place that reach a common entry.
   std::vector<refusal> refused = {};
-  // What the call returns when memory cannot be had.
+  // What the call returns when memory cannot be had, besides -199.
   int out_of_memory = -199;
 };
 

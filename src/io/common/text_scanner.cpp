@@ -24,6 +24,11 @@ bool text_scanner::fill() noexcept {
     }
   }
   b[tail_] = '\0';  // ends a token that ends the stream
+  // A UTF-8 byte-order mark before the first token is no part of it.
+  if (!started_) {
+    started_ = true;
+    if (tail_ >= 3 && std::memcmp(b, "\xEF\xBB\xBF", 3) == 0) head_ = 3;
+  }
   return tail_ > head_;
 }
 

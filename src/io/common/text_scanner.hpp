@@ -8,9 +8,11 @@
 // refused (the reader reports a malformed file), which keeps the memory of
 // a reader independent of what the file holds.
 //
-// White space is the C locale's; a '\n' is a line end, which the line-based
+// White space is the C locale's (so the '\r' of a CRLF line end is white
+// space before the '\n'); a '\n' is a line end, which the line-based
 // readers ask for separately.  A NUL byte in the file is an ordinary
-// character of a token (so a number followed by one is malformed).
+// character of a token (so a number followed by one is malformed).  A UTF-8
+// byte-order mark (EF BB BF) where the scanner starts reading is skipped.
 #pragma once
 
 #include <cstdint>
@@ -127,6 +129,7 @@ class text_scanner {
   dense1D<char, 8> buffer_;
   unsigned head_ = 0, tail_ = 0;
   bool end_ = false, error_ = false, too_long_ = false;
+  bool started_ = false;  // the first block was read (and a byte-order mark skipped)
 };
 
 // Whether a token is `word`, in any case (word in lower case).
@@ -162,7 +165,9 @@ inline bool text_scanner::next_double(double& value, bool comments) noexcept {
   if (skip_space(comments) < 0) return false;
   const char* p = short_ahead();
   const char* end = parse_double(p, value);
-  if (end && ends_at(end)) {
+  // A number read in place is a token like any other: no longer than
+  // TOKEN_MAX, wherever it falls in the buffer.
+  if (end && end - p <= TOKEN_MAX && ends_at(end)) {
     head_ = unsigned(end - buffer_.data());
     return true;
   }

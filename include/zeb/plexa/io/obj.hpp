@@ -9,6 +9,11 @@
 // (blanks may follow it) continues on the next one; '#' at the start of a
 // token begins a comment that runs to the end of its line.  Keywords are
 // case-sensitive, as in the format.
+// Lines may be of any length and end with LF or CRLF (the CR is a blank); a
+// UTF-8 byte-order mark at the start is skipped; a NUL byte is an ordinary
+// character of the token it is in (a keyword or number holding one is
+// unknown or malformed); a token longer than 32768 characters makes the
+// file malformed (-3).
 //   v x y z [w | r g b [a]]  a vertex: three numbers, and up to four more
 //                            (a weight or a colour) that are read and
 //                            dropped; vertex k (1-based, in file order) is

@@ -252,18 +252,13 @@ std::vector<element> elements_read(const dense2D<unsigned>& c, const zeb::dense1
 
 // The linear kind of a type: the one its vertices make.
 element_type linear_kind(element_type t) {
-  switch (t) {
-    case ELT_EDGE3: return ELT_EDGE2;
-    case ELT_TRIA6: return ELT_TRIA3;
-    case ELT_QUAD8:
-    case ELT_QUAD9: return ELT_QUAD4;
-    case ELT_TETRA10: return ELT_TETRA4;
-    case ELT_PYRA13:
-    case ELT_PYRA14: return ELT_PYRA5;
-    case ELT_WEDGE15:
-    case ELT_WEDGE18: return ELT_WEDGE6;
-    case ELT_HEXA20:
-    case ELT_HEXA27: return ELT_HEXA8;
+  switch (nbr_base_nodes(t)) {
+    case 2: return ELT_EDGE2;
+    case 3: return ELT_TRIA3;
+    case 4: return element_dim(t) == 2 ? ELT_QUAD4 : ELT_TETRA4;
+    case 5: return ELT_PYRA5;
+    case 6: return ELT_WEDGE6;
+    case 8: return ELT_HEXA8;
     default: return t;
   }
 }

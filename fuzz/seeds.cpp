@@ -36,21 +36,23 @@ struct surface {
   dense2D<unsigned> connect;
 };
 
-// A torus of nu x nv quadrangles cut in two, its nodes moved by up to
-// `jitter`.
-surface torus(unsigned nu, unsigned nv, double jitter, std::mt19937_64& g) {
-  surface s{dense2D<double>(3, nu * nv), dense2D<unsigned>(3, 2 * nu * nv)};
-  std::uniform_real_distribution<double> u(-jitter, jitter);
-  for (unsigned i = 0; i < nu; ++i)
-    for (unsigned j = 0; j < nv; ++j) {
-      const double a = 2 * M_PI * i / nu, b = 2 * M_PI * j / nv, r = 3 + std::cos(b) + u(g);
-      const unsigned k = i * nv + j, right = (i + 1) % nu * nv + j, up = i * nv + (j + 1) % nv,
-                     both = (i + 1) % nu * nv + (j + 1) % nv;
-      s.pos(0, k) = r * std::cos(a);
-      s.pos(1, k) = r * std::sin(a);
-      s.pos(2, k) = std::sin(b) + u(g);
-      const unsigned t[6] = {k, right, both, k, both, up};
-      for (unsigned c = 0; c < 6; ++c) s.connect(c % 3, 2 * k + c / 3) = t[c];
+// A height field over an nu x nv grid of unit squares, each cut in two,
+// its heights drawn from [0, bump).
+surface height_field(unsigned nu, unsigned nv, double bump, std::mt19937_64& g) {
+  const unsigned columns = nu + 1;
+  surface s{dense2D<double>(3, columns * (nv + 1)), dense2D<unsigned>(3, 2 * nu * nv)};
+  std::uniform_real_distribution<double> height(0.0, bump);
+  for (unsigned k = 0; k < s.pos.cols(); ++k) {
+    s.pos(0, k) = double(k % columns);
+    s.pos(1, k) = double(k / columns);
+    s.pos(2, k) = bump > 0 ? height(g) : 0.0;
+  }
+  unsigned t = 0;
+  for (unsigned v = 0; v < nv; ++v)
+    for (unsigned u = 0; u < nu; ++u, t += 2) {
+      const unsigned corner = v * columns + u;
+      const unsigned cut[6] = {corner, corner + 1, corner + columns + 1, corner, corner + columns + 1, corner + columns};
+      for (unsigned c = 0; c < 6; ++c) s.connect(c % 3, t + c / 3) = cut[c];
     }
   return s;
 }
@@ -72,7 +74,7 @@ surface degenerate() {
 
 void stl_seeds(const fs::path& dir) {
   std::mt19937_64 g(1);
-  const surface surfaces[] = {tetrahedron(), torus(4, 3, 0.0, g), torus(5, 4, 0.05, g), degenerate(),
+  const surface surfaces[] = {tetrahedron(), height_field(4, 3, 0.0, g), height_field(5, 4, 0.25, g), degenerate(),
                               surface{dense2D<double>(3, 0), dense2D<unsigned>(3, 0)}};
   unsigned k = 0;
   for (const surface& s : surfaces) {

@@ -410,6 +410,18 @@ const std::vector<public_call>& public_calls() {
      [](S a, unsigned) { return overwrite_invalid_metrics(d2(a[0]), d2(a[1])); }},
     {"overwrite_invalid_metrics(M, Href)", "ki", [](G& g) { return slots{field(g, 6, 6), sizes(g, 8)}; },
      [](S a, unsigned) { return overwrite_invalid_metrics(d2(a[0]), d1(a[1])); }},
+    {"bound_metrics(H, hmin, hmax, modified)", "ko", [](G& g) { return slots{sizes(g, 8), list(g, 9, 2)}; },
+     [](S a, unsigned) { return bound_metrics(d1(a[0]), 0.25, 1.0, u1(a[1])); }},
+    {"bound_metrics(M, hmin, hmax, modified)", "ko", [](G& g) { return slots{field(g, 6, 8), list(g, 9, 2)}; },
+     [](S a, unsigned) { return bound_metrics(d2(a[0]), 0.25, 1.0, u1(a[1])); }},
+    {"valid_metrics(M, ids)", "ik", [](G& g) { return slots{valid_field(g, 3, 8), list(g, 9, 2)}; },
+     [](S a, unsigned) {
+       // No code: a list that did not grow by every (valid) column is the
+       // memory failure.
+       const unsigned before = u1(a[1]).size();
+       valid_metrics(d2(a[0]), u1(a[1]));
+       return u1(a[1]).size() == before + d2(a[0]).cols() ? 0 : -199;
+     }},
     {"metrics_iso_to_aniso2d(H, M)", "ik", [](G& g) { return slots{sizes(g, 4), field(g, 3, 5)}; },
      [](S a, unsigned) { return metrics_iso_to_aniso2d(d1(a[0]), d2(a[1])); }},
     {"metrics_iso_to_aniso3d(H, M)", "ik", [](G& g) { return slots{sizes(g, 4), field(g, 6, 5)}; },
@@ -522,6 +534,14 @@ const std::vector<public_call>& public_calls() {
      [](G& g) { return slots{points(g, 3, 10), mixed_faces(g, 6, 10), mixed_solids(g, 6, 10)}; },
      [](S a, unsigned) {
        return ensight_output(scratch_file(), d2(a[0]), u2(a[1]), u2(a[2]), ELT_FACE_MIX, ELT_SOLID_MIX);
+     }},
+    {"vtk_output(path, pos, connect1, connect2, type1, type2)", "iii",
+     [](G& g) { return slots{points(g, 3, 10), mixed_faces(g, 6, 10), mixed_solids(g, 6, 10)}; },
+     [](S a, unsigned) { return vtk_output(scratch_file(), d2(a[0]), u2(a[1]), u2(a[2]), ELT_FACE_MIX, ELT_SOLID_MIX); }},
+    {"NASTRAN_output(f, pos, connect, type)", "ii", [](G& g) { return slots{points(g, 3, 10), conn(g, 4, 5, 10)}; },
+     [](S a, unsigned) {
+       scratch_stream out;
+       return NASTRAN_output(out.f, d2(a[0]), u2(a[1]), ELT_TETRA4);
      }},
     {"vtk_convert(connect, type, ncells, cells, cell_types)", "ikk",
      [](G& g) { return slots{conn(g, 6, 4, 12), list(g, 9, 3), list(g, 9, 1)}; },

@@ -4,11 +4,13 @@
 // keep every promise the fuzz target checks.
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "readers.hpp"
 #include "support/files.hpp"
+#include "support/support.hpp"
 
 namespace {
 
@@ -60,6 +62,36 @@ TEST(FuzzRegressions, ThePromisesAreChecked) {
   o.code = -1;
   EXPECT_EQ(plexa_fuzz::broken_promise(*stl, o), "undocumented code -1");
   for (const plexa_fuzz::reader_entry& r : plexa_fuzz::readers()) EXPECT_EQ(plexa_fuzz::find_reader(r.name), &r);
+}
+
+// The checks of the shared mesh shape and of the OBJ groups.
+TEST(FuzzRegressions, TheBlocksAndGroupsAreChecked) {
+  const plexa_fuzz::reader_entry* obj = plexa_fuzz::find_reader("obj");
+  ASSERT_NE(obj, nullptr);
+  const std::string text = "v 0 0 0\nv 1 0 0\nv 1 1 0\ng a\nf 1 2 3\ng b\nf 1 2 3\nl 1 2\n";
+  const auto read = [&] { return obj->read(reinterpret_cast<const unsigned char*>(text.data()), text.size()); };
+  plexa_fuzz::read_outcome o = read();
+  ASSERT_EQ(o.code, 0);
+  EXPECT_EQ(plexa_fuzz::broken_promise(*obj, o), "");
+  o.element_lists[0][0] = 1;
+  EXPECT_EQ(plexa_fuzz::broken_promise(*obj, o), "a group numbered before its first use: 0");
+  o = read();
+  o.names[1] = o.names[0];
+  EXPECT_EQ(plexa_fuzz::broken_promise(*obj, o), "two groups of one name");
+  // The faces (columns 0 and 1) cut into two blocks, then an empty block
+  // put between them and the segment.
+  o = read();
+  ASSERT_EQ(plexa_test::to_vector(o.ranges), (std::vector<unsigned>{0, 2, 3}));
+  o.ranges = plexa_test::ids({0, 1, 2, 3});
+  o.types = plexa_test::type_list({o.types[0], o.types[0], o.types[1]});
+  EXPECT_EQ(plexa_fuzz::broken_promise(*obj, o), "one type in two blocks in a row: 1");
+  o = read();
+  o.ranges = plexa_test::ids({0, 2, 2, 3});
+  o.types = plexa_test::type_list({o.types[0], o.types[1], o.types[1]});
+  EXPECT_EQ(plexa_fuzz::broken_promise(*obj, o), "an empty block: 1");
+  o = read();
+  o.element_lists[0].resize(1);
+  EXPECT_EQ(plexa_fuzz::broken_promise(*obj, o), "a per-element list of another size");
 }
 
 }  // namespace

@@ -151,6 +151,18 @@ std::string check_medit(const read_outcome& o) {
   return blocks_as_read(o, {ELT_EDGE2, ELT_TRIA3, ELT_QUAD4, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8});
 }
 
+// Any reader of the shared mesh shape: 2 or 3 coordinates, blocks of
+// simple types as read.  The check of the rows of NASTRAN_input and
+// FEMAP_input, whose readers are one row each:
+//   {"nastran", ".nas", read_mesh_with_ids<NASTRAN_input>, check_mesh, {-2, -3, -4, -5}},
+// with the codes their headers give for arbitrary bytes.
+[[maybe_unused]] std::string check_mesh(const read_outcome& o) {
+  if (o.pos.rows() != 2 && o.pos.rows() != 3 && !o.pos.empty()) return text("coordinates of dimension ", o.pos.rows());
+  return blocks_as_read(o, {ELT_NODE, ELT_EDGE2, ELT_EDGE3, ELT_TRIA3, ELT_QUAD4, ELT_TRIA6, ELT_QUAD8, ELT_QUAD9,
+                            ELT_TETRA4, ELT_TETRA10, ELT_PYRA5, ELT_PYRA13, ELT_PYRA14, ELT_WEDGE6, ELT_WEDGE15,
+                            ELT_WEDGE18, ELT_HEXA8, ELT_HEXA20, ELT_HEXA27});
+}
+
 // ---------------------------------------------------------------------------
 // MEDIT solutions (both layouts): the dimension in values[0], the values
 // in `field`, at least one row of them.

@@ -177,6 +177,22 @@ void obj_seeds(const fs::path& dir) {
   }
 }
 
+// Meshes of every kind NASTRAN_output writes (the seeds of a NASTRAN
+// reader's target, once its row is in the reader table).
+void nastran_seeds(const fs::path& dir) {
+  std::mt19937_64 g(6);
+  const block_mesh meshes[] = {
+      blocks_of(3, {ELT_EDGE2, ELT_TRIA3, ELT_QUAD4, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8}, g),
+      blocks_of(3, {ELT_EDGE3, ELT_TRIA6, ELT_QUAD8, ELT_TETRA10, ELT_PYRA13, ELT_WEDGE15, ELT_HEXA20}, g),
+      blocks_of(2, {ELT_TRIA3, ELT_QUAD4}, g),
+  };
+  unsigned k = 0;
+  for (const block_mesh& m : meshes) {
+    const fs::path path = dir / ("written" + std::to_string(k++) + ".nas");
+    report_failure(NASTRAN_output(path.c_str(), m.pos, m.connect, m.ranges, m.types, m.refs), path);
+  }
+}
+
 // Inputs of the round-trip target: random bytes.
 void roundtrip_seeds(const fs::path& dir) {
   std::mt19937_64 g(2);
@@ -202,11 +218,12 @@ int main(int argc, char** argv) {
     return 2;
   }
   const fs::path out = argv[1], data = argv[2];
-  // The targets with seeds written here, and those of the readers (the
+  // The targets with seeds written here (those of readers without a row in
+  // the reader table are not written), and those of the readers (the
   // round-trip target reads no file).
   const std::map<std::string, void (*)(const fs::path&)> written = {
       {"roundtrip", roundtrip_seeds}, {"stl", stl_seeds},   {"medit", medit_seeds},
-      {"medit_solution", medit_solution_seeds}, {"obj", obj_seeds}};
+      {"medit_solution", medit_solution_seeds}, {"obj", obj_seeds}, {"nastran", nastran_seeds}};
   std::map<std::string, std::string> extensions = {{"roundtrip", ""}};
   for (const plexa_fuzz::reader_entry& r : plexa_fuzz::readers()) extensions[r.name] = r.extension;
   for (const auto& [name, extension] : extensions) {

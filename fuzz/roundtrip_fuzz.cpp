@@ -285,18 +285,23 @@ void compare_nodes(const char* format, const dense2D<double>& expected, const de
       if (got(i, k) != expected(i, k)) differs(format, "node " + std::to_string(k));
 }
 
-// A file of this process's own for the writers that take a path.
-const char* scratch_path() {
-  static std::string path = [] {
-    char name[] = "/tmp/plexa_roundtrip_XXXXXX";
-    const int fd = mkstemp(name);
+// A file of its own for a writer that takes a path, removed when it goes
+// (left behind only by a trip that aborts, for a look at it).
+class scratch_file {
+ public:
+  scratch_file() {
+    const int fd = mkstemp(path_);
     if (fd < 0) differs("scratch", "no temporary file");
     close(fd);
-    std::atexit([] { std::remove(scratch_path()); });
-    return std::string(name);
-  }();
-  return path.c_str();
-}
+  }
+  ~scratch_file() { std::remove(path_); }
+  scratch_file(const scratch_file&) = delete;
+  scratch_file& operator=(const scratch_file&) = delete;
+  const char* path() const { return path_; }
+
+ private:
+  char path_[32] = "/tmp/plexa_roundtrip_XXXXXX";
+};
 
 // ---------------------------------------------------------------------------
 // MEDIT meshes: sections in ascending type order, each of the elements of
@@ -318,13 +323,14 @@ void medit_trip(FuzzedDataProvider& in) {
         if (column_kind(element_type(m.types[b]), m.connect, j) == t)
           expected.push_back(element_of(linear_kind(element_type(t)), m.connect, j, m.ids[j]));
 
-  if (const int r = medit_output(scratch_path(), m.pos, m.connect, m.ranges, m.types, m.ids))
+  const scratch_file file;
+  if (const int r = medit_output(file.path(), m.pos, m.connect, m.ranges, m.types, m.ids))
     differs("MEDIT", "written with code " + std::to_string(r));
   dense2D<double> pos;
   dense2D<unsigned> connect;
   zeb::dense1D<unsigned, 8> ranges, refs;
   zeb::dense1D<int, 8> types;
-  if (const int r = medit_input(scratch_path(), pos, connect, ranges, types, refs))
+  if (const int r = medit_input(file.path(), pos, connect, ranges, types, refs))
     differs("MEDIT", "read with code " + std::to_string(r));
   compare_nodes("MEDIT", m.pos, pos);
   compare("MEDIT", expected, elements_read(connect, ranges, types, refs));
@@ -407,7 +413,8 @@ void solution_trip(FuzzedDataProvider& in) {
     default: rows = dim * (dim + 1) / 2; break;  // medit_tensor
   }
   const dense2D<double> values = draw_values(in, rows, nodes);
-  const char* path = scratch_path();
+  const scratch_file file;
+  const char* path = file.path();
   int r;
   switch (layout) {
     case 0: r = medit_solution_output(path, dim, values); break;

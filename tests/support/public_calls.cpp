@@ -177,10 +177,14 @@ struct sample_stream {
   std::FILE* f;
 };
 
-// The file the writers write, in the test's temporary folder.
+// The file the writers write, in the test's temporary folder, removed when
+// the program ends.
 const char* scratch_file() {
-  static const std::string path = ::testing::TempDir() + "plexa_public_calls_scratch";
-  return path.c_str();
+  static const struct scratch {
+    std::string path = ::testing::TempDir() + "plexa_public_calls_scratch";
+    ~scratch() { std::remove(path.c_str()); }
+  } file;
+  return file.path.c_str();
 }
 
 // A stream the writers of streams write to, thrown away when it goes.

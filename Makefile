@@ -6,6 +6,7 @@
 #   make sanitize   the test suite built with AddressSanitizer and UBSan
 #   make tsan       the tests that run the library from several threads, built
 #                   with ThreadSanitizer
+#   make fuzz       every fuzz target (clang, libFuzzer) for FUZZ_SECONDS each
 #   make bench      the benchmarks, in an optimised build (BENCH_ARGS=... for filters),
 #                   then the Python module's overhead (bench/python_overhead.py)
 #   make install PREFIX=/opt/plexa
@@ -14,6 +15,8 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD ?= build-rel
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 30
 PREFIX ?= /usr/local
 JOBS ?= 2
 CMAKE_ARGS ?=
@@ -23,7 +26,7 @@ BENCH_ARGS ?= --benchmark_repetitions=1
 # ccache (picked up by CMake when present) shares hits between checkouts.
 export CCACHE_BASEDIR ?= $(abspath $(CURDIR)/..)
 
-.PHONY: all setup build demo test sanitize tsan bench install clean
+.PHONY: all setup build demo test sanitize tsan fuzz bench install clean
 
 # $(call quietly,FOLDER,STEP,COMMAND): runs COMMAND with its output in
 # FOLDER/STEP.log, which is shown only when the command fails, so that
@@ -69,6 +72,12 @@ tsan: setup
 	TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  ctest --test-dir $(TSAN_BUILD) -j$(JOBS) --output-on-failure -R 'Thread|Concurren'
 
+fuzz: setup
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_CXX_COMPILER=clang++ -DPLEXA_BUILD_FUZZ=ON -DPLEXA_BUILD_TESTS=OFF \
+	  -DPLEXA_BUILD_CLI=OFF -DPLEXA_INSTALL=OFF $(CMAKE_ARGS)
+	cmake --build $(FUZZ_BUILD) -j$(JOBS)
+	bash fuzz/run $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 bench: setup
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DPLEXA_BUILD_BENCH=ON \
 	  -DPLEXA_BUILD_TESTS=OFF -DPLEXA_BUILD_CLI=OFF $(CMAKE_ARGS)
@@ -83,4 +92,4 @@ install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

@@ -15,6 +15,7 @@ packages=(
   admesh python3-stl  # independent STL reader and writer for the interoperability tests
   pybind11-dev python3-dev python3-numpy python3-pytest  # the Python module and its tests
   locales  # locale sources, to test output under a decimal-comma locale
+  clang libclang-rt-dev  # the fuzz targets (libFuzzer and the sanitizers of clang)
 )
 
 if ! command -v dpkg-query >/dev/null 2>&1; then

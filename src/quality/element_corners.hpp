@@ -109,13 +109,16 @@ inline face_frame<D> frame_of(const double (&y)[N][D], bool quadrangle) noexcept
   face_frame<D> f;
   if constexpr (D == 3) {
     double m[3];
-    if (quadrangle) {
-      double diagonal[3];
-      difference<3>(y[3], y[1], diagonal);
-      cross(y[2], diagonal, m);
-    } else {
-      cross(y[1], y[2], m);
+    if constexpr (N > 3) {  // fewer vertices cannot make a quadrangle (and have no y[3])
+      if (quadrangle) {
+        double diagonal[3];
+        difference<3>(y[3], y[1], diagonal);
+        cross(y[2], diagonal, m);
+        f.set_normal(m);
+        return f;
+      }
     }
+    cross(y[1], y[2], m);
     f.set_normal(m);
   }
   return f;

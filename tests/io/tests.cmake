@@ -44,3 +44,9 @@ if(EXISTS /usr/bin/python3)
 else()
   message(STATUS "the io interoperability tests are not registered: /usr/bin/python3 is missing")
 endif()
+
+# The reader table of the fuzz targets (fuzz/readers.cpp), with which
+# fuzz_regressions_test.cpp replays the inputs of tests/data/fuzz/.
+target_sources(plexa_io_tests PRIVATE ${PROJECT_SOURCE_DIR}/fuzz/readers.cpp)
+target_include_directories(plexa_io_tests PRIVATE ${PROJECT_SOURCE_DIR}/fuzz)
+target_compile_definitions(plexa_io_tests PRIVATE PLEXA_FUZZ_REGRESSIONS="${PROJECT_SOURCE_DIR}/tests/data/fuzz")

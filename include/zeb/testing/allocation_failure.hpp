@@ -15,6 +15,10 @@ ZEBMATH1_API void fail_allocations_after(unsigned long long successes) noexcept;
 ZEBMATH1_API void stop_failing_allocations() noexcept;
 // Number of allocation requests seen so far, failed ones included.
 ZEBMATH1_API unsigned long long allocation_requests() noexcept;
+// Counts one request of another allocator (a test's replacement of operator
+// new) and says whether the switch lets it succeed, so that the k-th
+// allocation to fail may be one of the standard library's as well.
+ZEBMATH1_API bool allocation_permitted() noexcept;
 
 // Scoped form: failing after `successes` allocations while it lives.
 class allocation_failure_scope {

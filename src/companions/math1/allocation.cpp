@@ -45,5 +45,10 @@ void stop_failing_allocations() noexcept { successes_left.store(-1, std::memory_
 
 unsigned long long allocation_requests() noexcept { return requests.load(std::memory_order_relaxed); }
 
+bool allocation_permitted() noexcept {
+  requests.fetch_add(1, std::memory_order_relaxed);
+  return may_allocate();
+}
+
 }  // namespace testing
 }  // namespace zeb

@@ -28,6 +28,11 @@ void text_scanner::read_from(unsigned at) noexcept {
   // The NUL ends a token or a line that ends the stream; the zeros after it
   // are read by the loads that run past a line's end.
   std::memset(base + tail_, 0, 1 + PADDING);
+  // A UTF-8 byte-order mark where the scanner starts is no part of the text.
+  if (!started_) {
+    started_ = true;
+    if (tail_ >= 3 && std::memcmp(base, "\xEF\xBB\xBF", 3) == 0) head_ = 3;
+  }
 }
 
 bool text_scanner::fill() noexcept {

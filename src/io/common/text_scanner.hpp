@@ -22,7 +22,9 @@
 //  - pieces (STL): the characters up to and including the next '\n', at
 //    most a given number of them, as fgets gives them.
 //
-// The memory of a scanner is one block, whatever the file holds.
+// A UTF-8 byte-order mark (EF BB BF) where the scanner starts reading is
+// skipped, whichever way the text is handed out.  The memory of a scanner is
+// one block, whatever the file holds.
 #pragma once
 
 #include <cstdint>
@@ -197,6 +199,7 @@ class text_scanner {
   dense1D<char, 8> buffer_;  // block_ characters, a NUL and the padding
   unsigned head_ = 0, tail_ = 0;
   bool end_ = false, error_ = false, too_long_ = false, truncated_ = false;
+  bool started_ = false;  // the first block was read (and a byte-order mark skipped)
 };
 
 // Whether a token is `word`, in any case (word in lower case).
@@ -232,7 +235,9 @@ inline bool text_scanner::next_double(double& value, bool comments) noexcept {
   if (skip_space(comments) < 0) return false;
   const char* p = short_ahead();
   const char* end = parse_double(p, value);
-  if (end && ends_at(end)) {
+  // A number read in place is a token like any other: no longer than
+  // TOKEN_MAX, wherever it falls in the buffer.
+  if (end && end - p <= TOKEN_MAX && ends_at(end)) {
     head_ = unsigned(end - buffer_.data());
     return true;
   }

@@ -122,7 +122,13 @@ PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const d
 //
 // What is read: tokens separated by any white space, in any line layout;
 // keywords in any case; '#' at the start of a token begins a comment that
-// runs to the end of its line.  The file starts with "MeshVersionFormatted"
+// runs to the end of its line.  Lines may be of any length and end with LF
+// or CRLF (the CR is white space); a UTF-8 byte-order mark at the start is
+// skipped; a NUL byte is an ordinary character of the token it is in (a
+// number or keyword holding one is malformed or unknown); a token longer
+// than 32768 characters makes the file malformed (-3).  Counts are not
+// trusted: storage grows with the records actually read, and what is
+// reserved ahead from a count is bounded by the size of the file.  The file starts with "MeshVersionFormatted"
 // and a version from 1 to 4; "Dimension" (2 or 3) comes before the
 // sections that need it; then sections in any order, each a keyword, a
 // count and that many records, until "End" (what follows it is not read)

@@ -8,7 +8,12 @@
 // its arguments separated by blanks; a line that ends with a backslash
 // (blanks may follow it) continues on the next one; '#' at the start of a
 // token begins a comment that runs to the end of its line.  Keywords are
-// case-sensitive, as in the format.
+// case-sensitive, as in the format.  Lines may be of any length and end
+// with LF or CRLF (the CR is a blank); a UTF-8 byte-order mark at the start
+// is skipped; a NUL byte is an ordinary character of the token it is in (a
+// keyword or number holding one is unknown or malformed); a token longer
+// than 32768 characters makes the file malformed (-3).  No count is read
+// from the file: storage grows with what is read.
 //   v x y z [w | r g b [a]]  a vertex: three numbers, and up to four more
 //                            (a weight or a colour) that are read and
 //                            dropped; vertex k (1-based, in file order) is

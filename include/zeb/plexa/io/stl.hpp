@@ -44,8 +44,10 @@ namespace plexa {
 // Reading tries the ASCII grammar first and, when it fails, the binary
 // layout from the same starting position.  The ASCII grammar takes lines as
 // fgets with a 256-byte buffer takes them (a longer line is read as several
-// lines of at most 255 characters), lower-cased, and finds its keywords
-// anywhere in a line: a first line containing "solid"; then facets, each a
+// lines of at most 255 characters), lower-cased, examined up to their first
+// NUL byte (as C strings), and finds its keywords anywhere in a line (so a
+// UTF-8 byte-order mark before "solid" is passed over, and the CR of a CRLF
+// line end is white space after the last number): a first line containing "solid"; then facets, each a
 // line read as sscanf's " facet normal %lg %lg %lg" (the normal is not
 // used), a line containing "outer loop", three lines read as
 // " vertex %lg %lg %lg", a line containing "endloop" and one containing
@@ -67,6 +69,10 @@ namespace plexa {
 //      then the nodes that no triangle uses; the rest keep their order.
 // A file without such a triangle is returned as read, three nodes per
 // triangle.
+//
+// The triangle count of a binary file is not trusted: storage grows with
+// the triangles actually read, and a file that holds fewer than its count
+// is cut short (-3).
 // ---------------------------------------------------------------------------
 
 // What a reading found and what its weld did.

@@ -22,6 +22,7 @@ struct copy_entry {
 // Per home rank, the (id, local node) pairs of the marked nodes.
 int pairs_by_home(const dense1D<unsigned, 8>& ids, const dense1D<unsigned char, 8>& used, unsigned p,
                   dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& pairs) noexcept {
+  offsets.clear();
   if (!offsets.resize(p + 1, 0u)) return OUT_OF_MEMORY;
   const unsigned n = ids.size();
   for (unsigned i = 0; i < n; ++i)
@@ -44,6 +45,7 @@ int replies_of(const dense1D<unsigned, 8>& pairs, const dense1D<unsigned, 8>& fr
                dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& replies) noexcept {
   const unsigned count = pairs.size() / 2;
   dense1D<copy_entry, 8> copies(count);
+  offsets.clear();
   if (copies.size() != count || !offsets.resize(p + 1, 0u)) return OUT_OF_MEMORY;
   for (unsigned r = 0; r < p; ++r)
     for (unsigned k = from[r]; k < from[r + 1]; ++k) copies[k] = {r, pairs[2 * k + 1], pairs[2 * k], 0};

@@ -148,19 +148,29 @@ struct exchange_report {
 // How it differs from the serial call.  The serial engine corrects the
 // worst edge first over the whole mesh; here each part does so on its own
 // and the parts meet at the exchanges, so a correction that the serial
-// call makes from a source in another part is made here from that source's
-// effect arriving through the border, in a later round.  Both results lie
-// within the bound and, in mode -1 (mode 1), at or below (at or above) the
-// entry field, both are fixed points of the engine, but the order of
-// corrections differs and with it the 0.001 slack of each correction: for
-// isotropic sizes a node's value differs from the serial one by at most
-// about the change the bound allows across one edge times the 0.001
-// threshold on t (in practice a relative 1e-3 at the nodes near a border,
-// and nothing at all where no correction crosses a border).  Metrics
-// differ the same way, plus the rounding of folding the copies with
-// minimum_metric / maximum_metric.  With one rank the result is the serial
-// call's, bit for bit.
-//
+// call makes from a source in another part arrives here through the border
+// in a later round, and the order of corrections differs.
+//   - Isotropic sizes: both results are fixed points of the engine within
+//     the bound, at or below (mode -1) or at or above (mode 1) the entry
+//     sizes, and they differ only through the 0.001 threshold on t with
+//     which each correction may stop short: a node's value can differ from
+//     the serial one by at most that slack over the corrections that reach
+//     it, a relative 1e-3 at the very most.  Measured on tetrahedral cubes
+//     split in 2 and 4 parts: 1e-15 (rounding) for gradations, 5e-5 for
+//     variations in mode 1.
+//   - Metrics: each correction intersects (or unites) a metric with one
+//     interpolated from its neighbour, and the outcome depends on the order
+//     of the corrections even serially; the parallel result satisfies the
+//     same bound (the same largest gradation in the tests) but its
+//     coefficients may differ from the serial ones by as much as the
+//     corrections themselves (a relative 1 on strongly anisotropic random
+//     fields).
+//   - With one rank the result is the serial call's, bit for bit, and so is
+//     every part that shares no node with another.
+// Rounds: one, plus one for each time a change crosses a border; at most
+// the number of parts along the longest chain of parts a correction
+// travels, plus one.
+
 // Arguments: comm, then those of the serial call with the global ids
 // after the element type:
 //   global_ids  one id per column of pos (the model above); ids repeated

@@ -12,6 +12,10 @@ extern const command convert_command;
 extern const command quality_command;
 extern const command info_command;
 extern const command weld_command;
+#if PLEXA_CLI_MPI
+extern const command partition_command;
+extern const command merge_parts_command;
+#endif
 
 namespace {
 
@@ -21,6 +25,10 @@ const command* const table[] = {
     &info_command,
     &quality_command,
     &weld_command,
+#if PLEXA_CLI_MPI
+    &partition_command,
+    &merge_parts_command,
+#endif
 };
 
 }  // namespace

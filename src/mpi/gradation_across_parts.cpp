@@ -13,6 +13,7 @@
 
 #include "core/result_codes.hpp"
 #include "mpi/collective.hpp"
+#include "metrics/gradation_session.hpp"
 #include "mpi/shared_nodes.hpp"
 #include "topology/boundary_tables.hpp"
 
@@ -119,16 +120,16 @@ int agreed_checks(MPI_Comm comm, int code, unsigned dim, int mode, double g) {
   return SUCCESS;
 }
 
-// The serial call on this rank's part.
-int propagate(bool gradation, const dense2D<double>& pos, const dense2D<unsigned>& connect, element_type type,
-              const dense1D<unsigned, 8>& frozen, int mode, double g, size_values& v) {
-  return gradation ? bound_metric_gradations(pos, connect, type, frozen, true, mode, g, v.H)
-                   : bound_metric_variations(pos, connect, type, frozen, true, mode, g, v.H);
+// The serial call on this rank's part, kept between rounds.
+int start(detail::gradation_session& session, bool gradation, const dense2D<double>& pos,
+          const dense2D<unsigned>& connect, element_type type, const dense1D<unsigned, 8>& frozen, int mode, double g,
+          size_values& v) {
+  return session.start(!gradation, pos, connect, type, frozen, true, mode, g, v.H);
 }
-int propagate(bool gradation, const dense2D<double>& pos, const dense2D<unsigned>& connect, element_type type,
-              const dense1D<unsigned, 8>& frozen, int mode, double g, metric_values& v) {
-  return gradation ? bound_metric_gradations(pos, connect, type, frozen, true, mode, g, v.M)
-                   : bound_metric_variations(pos, connect, type, frozen, true, mode, g, v.M);
+int start(detail::gradation_session& session, bool gradation, const dense2D<double>& pos,
+          const dense2D<unsigned>& connect, element_type type, const dense1D<unsigned, 8>& frozen, int mode, double g,
+          metric_values& v) {
+  return session.start(!gradation, pos, connect, type, frozen, true, mode, g, v.M);
 }
 
 // The state of one call between rounds.
@@ -158,7 +159,7 @@ class across_parts {
     report_.shared_nodes = shared_.nodes.size();
     // A node frozen on any rank is frozen on every rank.
     code = flags_.prepare(shared_, 1) == SUCCESS && values_exchange_.prepare(shared_, width_) == SUCCESS &&
-                   own_.resize(width_) && combined_.resize(width_)
+                   own_.resize(width_) && combined_.resize(width_) && changed_.reserve(shared_.nodes.size())
                ? SUCCESS
                : OUT_OF_MEMORY;
     if ((code = detail::agree(comm_, code)) != SUCCESS) return code;
@@ -175,6 +176,8 @@ class across_parts {
   }
 
   const dense1D<unsigned, 8>& frozen_list() const noexcept { return frozen_list_; }
+  // The local nodes the last exchange changed.
+  const dense1D<unsigned, 8>& changed() const noexcept { return changed_; }
   const detail::shared_nodes& shared() const noexcept { return shared_; }
 
   // Sends the shared values, combines the copies; returns the number of
@@ -184,7 +187,7 @@ class across_parts {
     for (unsigned q = 0; q < shared_.lists.size(); ++q)
       std::memcpy(&values_exchange_.sent[q * w], values_.at(shared_.lists[q]), sizeof(double) * w);
     if (values_exchange_.run(comm_, shared_, &report_.bytes_sent) != SUCCESS) return detail::MPI_FAILURE;
-    int changed = 0;
+    changed_.clear();
     double* own = own_.data();
     double* c = combined_.data();
     for (unsigned k = 0; k < shared_.nodes.size(); ++k) {
@@ -212,10 +215,10 @@ class across_parts {
       if (!own_done) take(own);
       if (std::memcmp(c, mine, sizeof(double) * w) != 0) {
         std::memcpy(mine, c, sizeof(double) * w);
-        ++changed;
+        changed_.push_back(i);  // room reserved in prepare
       }
     }
-    return changed;
+    return int(changed_.size());
   }
 
  private:
@@ -227,7 +230,7 @@ class across_parts {
   detail::shared_nodes shared_;
   detail::value_exchange flags_, values_exchange_;
   dense1D<unsigned char, 8> frozen_;
-  dense1D<unsigned, 8> frozen_list_;
+  dense1D<unsigned, 8> frozen_list_, changed_;
   dense1D<double, 8> own_, combined_;
 };
 
@@ -260,9 +263,14 @@ int bound_across_parts(bool gradation, MPI_Comm comm, const dense2D<double>& pos
       std::memcpy(values.at(j), &entry(0, j), sizeof(double) * entry.rows());
     return failure;
   };
+  detail::gradation_session session;
   for (;;) {
-    ++report.rounds;
-    int local = connect.empty() ? 0 : propagate(gradation, pos, connect, type, run.frozen_list(), mode, g, values);
+    // The first round is the serial call on the part; the later ones start
+    // from the nodes the exchange changed.
+    const bool first = report.rounds++ == 0;
+    const int local = connect.empty() ? 0
+                      : first ? start(session, gradation, pos, connect, type, run.frozen_list(), mode, g, values)
+                              : session.resume(run.changed());
     const int changed = run.exchange();
     if (changed < 0) return restore(changed);
     const int state[2] = {local < 0 ? local : 0, -changed};

@@ -91,13 +91,8 @@ int local_checks(const dense2D<double>& pos, const dense2D<unsigned>& connect, e
   if (!connect.empty() && !check_IDs(connect, type, n)) return -3;
   if (!connect.empty() && !accepted(type, connect.rows())) return -4;
   if (ids.size() != n) return -5;
-  {
-    dense1D<unsigned, 8> sorted;
-    if (!sorted.copy(ids)) return OUT_OF_MEMORY;
-    std::sort(sorted.begin(), sorted.end());
-    for (unsigned i = 0; i < n; ++i)
-      if (sorted[i] == NONE || (i && sorted[i] == sorted[i - 1])) return -5;
-  }
+  for (unsigned i = 0; i < n; ++i)
+    if (ids[i] == NONE) return -5;
   if (!check_IDs(nodes, n)) return -6;
   if ((mode & 0xFF) == 0) return -8;
   if (!(g >= 0)) return -9;
@@ -154,7 +149,10 @@ class across_parts {
         if (nodes[k] != NONE) frozen_[nodes[k]] = listed_frozen ? 1 : 0;
     }
     if ((code = detail::agree(comm_, code)) != SUCCESS) return code;
-    if ((code = find_shared_nodes(comm_, ids, used, shared_, &report_.setup_bytes)) != SUCCESS) return code;
+    // Ids repeated within a rank are found there, once every id reaches its
+    // home rank.
+    code = find_shared_nodes(comm_, ids, used, shared_, &report_.setup_bytes);
+    if (code != SUCCESS) return code == detail::REPEATED_ID ? -5 : code;
     report_.neighbors = shared_.neighbors.size();
     report_.shared_nodes = shared_.nodes.size();
     // A node frozen on any rank is frozen on every rank.

@@ -51,6 +51,8 @@ int replies_of(const dense1D<unsigned, 8>& pairs, const dense1D<unsigned, 8>& fr
     for (unsigned k = from[r]; k < from[r + 1]; ++k) copies[k] = {r, pairs[2 * k + 1], pairs[2 * k], 0};
   std::sort(copies.begin(), copies.end(),
             [](const copy_entry& x, const copy_entry& y) { return x.id != y.id ? x.id < y.id : x.a < y.a; });
+  for (unsigned k = 1; k < count; ++k)
+    if (copies[k].id == copies[k - 1].id && copies[k].a == copies[k - 1].a) return REPEATED_ID;
   // Two passes over the groups: the counts, then the replies.
   for (int pass = 0; pass < 2; ++pass) {
     dense1D<unsigned, 8> fill;

@@ -32,11 +32,16 @@ struct shared_nodes {
   bool owns(unsigned k) const noexcept { return copy_offsets[k] == copy_offsets[k + 1] || copy_rank[copy_offsets[k]] > rank; }
 };
 
+// What find_shared_nodes returns when a rank gives one global id to two of
+// its nodes.
+constexpr int REPEATED_ID = -1000;
+
 // Finds the shared nodes among the local nodes marked in `used` (one byte
 // per local node; ids of unmarked nodes are not looked at).  Every global
 // id goes once to a home rank (id modulo the size), which tells the ranks
 // holding it about one another.  Collective; the same code on every rank:
-// 0, OUT_OF_MEMORY or MPI_FAILURE.  Adds the bytes sent to *bytes.
+// 0, REPEATED_ID, OUT_OF_MEMORY or MPI_FAILURE.  Adds the bytes sent to
+// *bytes.
 int find_shared_nodes(MPI_Comm comm, const dense1D<unsigned, 8>& global_ids, const dense1D<unsigned char, 8>& used,
                       shared_nodes& shared, std::uint64_t* bytes) noexcept;
 

@@ -173,8 +173,8 @@ struct exchange_report {
 
 // Arguments: comm, then those of the serial call with the global ids
 // after the element type:
-//   global_ids  one id per column of pos (the model above); ids repeated
-//               within a rank are refused;
+//   global_ids  one id per column of pos (the model above); two nodes of
+//               connect with one id on a rank are refused;
 //   nodes, frozen, g, M or H as in the serial call (nodes are local);
 //   mode        1 or -1 (sizes only grow, only shrink); other values than
 //               0 block every correction, as serially (the call returns 0);
@@ -188,11 +188,12 @@ struct exchange_report {
 // MPI_COMM_NULL; -2 when pos has neither 2 nor 3 rows (empty parts may
 // pass an empty matrix); -3 when connect does not fit the type or names a
 // node without coordinates; -4 when the type is not accepted; -5 when
-// global_ids.size() differs from pos.cols(), holds UINT_MAX or repeats an
-// id; -6 when nodes names a node without coordinates; -8 when mode is 0 or
-// differs between ranks; -9 when g is negative, NaN or differs between
-// ranks; -10 when the field has another row count or no value for some
-// node of connect; -199 when memory could not be had; -200 when an MPI call
+// global_ids.size() differs from pos.cols() or holds UINT_MAX; -6 when
+// nodes names a node without coordinates; -8 when mode is 0 or differs
+// between ranks; -9 when g is negative, NaN or differs between ranks; -10
+// when the field has another row count or no value for some node of
+// connect; -5 when a rank gives one id to two nodes of its connect (found
+// once the ranks agree on the rest); -199 when memory could not be had; -200 when an MPI call
 // returns an error (with a returning error handler).  On failure every field is as it was on entry.  Returns 0 at once,
 // after the checks, when g is the largest double on every rank.
 PLEXA_MPI_API int bound_metric_gradations(MPI_Comm comm, const dense2D<double>& pos,

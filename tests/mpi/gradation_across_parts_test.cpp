@@ -71,19 +71,12 @@ void expect_same_everywhere(int value) {
   EXPECT_EQ(low, high);
 }
 
-// The largest gradation along the part's edges.
-double largest_gradation(const part& p, const dense1D<double, 8>& h) {
+// The largest gradation along the part's edges (sizes or metrics).
+template <class Field>
+double largest_gradation(const part& p, const Field& field) {
   dense2D<unsigned> edges;
   dense1D<double, 8> shock;
-  if (copy_edges(p.connect, ELT_TETRA4, edges) != 0 || H_shock(p.pos, edges, h, shock) != 0) return INF;
-  double worst = 0;
-  for (unsigned i = 0; i < shock.size(); ++i) worst = std::max(worst, shock[i]);
-  return worst;
-}
-double largest_gradation(const part& p, const dense2D<double>& m) {
-  dense2D<unsigned> edges;
-  dense1D<double, 8> shock;
-  if (copy_edges(p.connect, ELT_TETRA4, edges) != 0 || H_shock(p.pos, edges, m, shock) != 0) return INF;
+  if (copy_edges(p.connect, ELT_TETRA4, edges) != 0 || H_shock(p.pos, edges, field, shock) != 0) return INF;
   double worst = 0;
   for (unsigned i = 0; i < shock.size(); ++i) worst = std::max(worst, shock[i]);
   return worst;

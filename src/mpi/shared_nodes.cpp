@@ -39,18 +39,40 @@ int pairs_by_home(const dense1D<unsigned, 8>& ids, const dense1D<unsigned char, 
   return SUCCESS;
 }
 
+// At a home rank: the copies it received, (rank, local node, id), ordered
+// by id and, for one id, by rank.  The ids a home receives are congruent
+// modulo the size, so id / size numbers them; when those numbers are dense
+// enough a counting pass places the copies (ranks in order, so the order
+// within an id is theirs), otherwise they are sorted.
+int group_by_id(const dense1D<unsigned, 8>& pairs, const dense1D<unsigned, 8>& from, unsigned p,
+                dense1D<copy_entry, 8>& copies) noexcept {
+  const unsigned count = pairs.size() / 2;
+  if (!copies.resize(count)) return OUT_OF_MEMORY;
+  unsigned largest = 0;
+  for (unsigned k = 0; k < count; ++k) largest = std::max(largest, pairs[2 * k] / p);
+  dense1D<unsigned, 8> start;
+  if (std::uint64_t(largest) > 4 * std::uint64_t(count) + 1024 || !start.resize(largest + 2, 0u)) {
+    for (unsigned r = 0; r < p; ++r)
+      for (unsigned k = from[r]; k < from[r + 1]; ++k) copies[k] = {r, pairs[2 * k + 1], pairs[2 * k], 0};
+    std::sort(copies.begin(), copies.end(),
+              [](const copy_entry& x, const copy_entry& y) { return x.id != y.id ? x.id < y.id : x.a < y.a; });
+    return SUCCESS;
+  }
+  for (unsigned k = 0; k < count; ++k) ++start[pairs[2 * k] / p + 1];
+  for (unsigned s = 0; s <= largest; ++s) start[s + 1] += start[s];
+  for (unsigned r = 0; r < p; ++r)
+    for (unsigned k = from[r]; k < from[r + 1]; ++k) copies[start[pairs[2 * k] / p]++] = {r, pairs[2 * k + 1], pairs[2 * k], 0};
+  return SUCCESS;
+}
+
 // At a home rank: for every id held by two ranks or more, each holder
 // learns (its local node, another holder, the id).
 int replies_of(const dense1D<unsigned, 8>& pairs, const dense1D<unsigned, 8>& from, unsigned p,
                dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& replies) noexcept {
   const unsigned count = pairs.size() / 2;
-  dense1D<copy_entry, 8> copies(count);
+  dense1D<copy_entry, 8> copies;
   offsets.clear();
-  if (copies.size() != count || !offsets.resize(p + 1, 0u)) return OUT_OF_MEMORY;
-  for (unsigned r = 0; r < p; ++r)
-    for (unsigned k = from[r]; k < from[r + 1]; ++k) copies[k] = {r, pairs[2 * k + 1], pairs[2 * k], 0};
-  std::sort(copies.begin(), copies.end(),
-            [](const copy_entry& x, const copy_entry& y) { return x.id != y.id ? x.id < y.id : x.a < y.a; });
+  if (!offsets.resize(p + 1, 0u) || group_by_id(pairs, from, p, copies) != SUCCESS) return OUT_OF_MEMORY;
   for (unsigned k = 1; k < count; ++k)
     if (copies[k].id == copies[k - 1].id && copies[k].a == copies[k - 1].a) return REPEATED_ID;
   // Two passes over the groups: the counts, then the replies.

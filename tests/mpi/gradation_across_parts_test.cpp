@@ -219,8 +219,11 @@ TEST(GradationAcrossParts, FrozenNodesStayOnEveryRank) {
   if (world_rank() == 0)
     for (unsigned i = 0; i < p.ids.size(); ++i)
       if (whole.pos(0, p.ids[i]) == 0) frozen.push_back(i);
+  // Sparse global ids: any unsigned values will do.
+  dense1D<unsigned, 8> sparse(p.ids.size());
+  for (unsigned i = 0; i < p.ids.size(); ++i) sparse[i] = p.ids[i] * 7919u + 13u;
   dense1D<double, 8> h = sizes_of(p, start);
-  ASSERT_GE(bound_metric_gradations(MPI_COMM_WORLD, p.pos, p.connect, ELT_TETRA4, p.ids, frozen, true, -1, 0.1, h),
+  ASSERT_GE(bound_metric_gradations(MPI_COMM_WORLD, p.pos, p.connect, ELT_TETRA4, sparse, frozen, true, -1, 0.1, h),
             0);
   // The nodes rank 0 froze, as every rank holding them sees them.
   std::vector<int> mine(n, 0), frozen_anywhere(n, 0);

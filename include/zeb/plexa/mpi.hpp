@@ -96,11 +96,12 @@ PLEXA_MPI_API int extract_part(const dense2D<double>& pos, const dense2D<unsigne
 // merge(pos, new_IDs, tolerance) of all ranks' nodes, concatenated in rank
 // order, leaves unmerged; which of several equally close nodes is joined
 // may differ from it, as merge leaves ties to its tree walk.
-// How: every rank merges its own nodes (merge), the ranks exchange their
-// bounding boxes, each rank sends to every later rank the nodes lying
-// within its box enlarged by the tolerance, each rank joins its nodes onto
-// earlier ranks' candidates, and ids are settled along the joins (one
-// exchange per rank a chain crosses, at most size - 1).
+// How: the ranks exchange their bounding boxes; each rank sends to every
+// later rank its nodes lying within that rank's box enlarged by the
+// tolerance; each rank runs merge over the candidates it received (in rank
+// order) followed by its own nodes, joining its nodes only; ids are then
+// settled along the joins that reach other ranks (one exchange per rank a
+// chain crosses, at most size - 1).
 // Inputs: comm; pos (2 or 3 rows, the same on every rank; a rank without
 // nodes may pass an empty matrix); tolerance (>= 0, the same on every
 // rank).
@@ -112,8 +113,8 @@ PLEXA_MPI_API int extract_part(const dense2D<double>& pos, const dense2D<unsigne
 // total node count reaches 2147483647; -3 when the tolerance is negative,
 // NaN or not the same on every rank; -199 when memory could not be had;
 // -200 when an MPI call returns an error (only with an error handler that
-// returns: MPI's default aborts).  global_ids may share storage with
-// nothing the call reads (it is an unsigned vector): it is simply refilled.
+// returns: MPI's default aborts).  global_ids is emptied first and left
+// empty on failure.
 PLEXA_MPI_API int number_nodes_globally(MPI_Comm comm, const dense2D<double>& pos, double tolerance,
                                         dense1D<unsigned int, 8>& global_ids);
 

@@ -74,10 +74,8 @@ PLEXA_MPI_API int partition(const dense2D<unsigned int>& connect, element_type t
 // Returns the number of elements of the part (>= 0); or, in the order
 // tested: -2 when connect names a node without coordinates; -3 when
 // part_of.size() differs from connect.cols(); -199 when memory could not
-// be had.  Outputs are emptied first and left empty on failure; they may be
-// the same objects as the inputs or share their storage, not one another
-// (two outputs that are one object: -6 for part_connect, -7 for
-// global_ids).
+// be had.  Outputs are emptied first and left empty on failure; each may be
+// the same object as the input of its type or share its storage.
 PLEXA_MPI_API int extract_part(const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                                const dense1D<unsigned int, 8>& part_of, unsigned int part,
                                dense2D<double>& part_pos, dense2D<unsigned int>& part_connect,

@@ -72,6 +72,26 @@ TEST(Partition, MorePartsThanElementsAndEmptyParts) {
   EXPECT_TRUE(p.pos.empty() && p.connect.empty() && p.ids.empty());
 }
 
+TEST(Partition, OutputsMayBeTheInputs) {
+  const cube whole(3);
+  dense1D<unsigned, 8> part_of;
+  ASSERT_EQ(partition(whole.tets, ELT_TETRA4, 2, part_of), 0);
+  part expected;
+  const int count = extract_part(whole.pos, whole.tets, part_of, 1, expected.pos, expected.connect, expected.ids);
+  ASSERT_GT(count, 0);
+  // Views of the inputs as outputs: the inputs' blocks keep their entries.
+  dense2D<double> pos = whole.pos;
+  dense2D<unsigned> connect = whole.tets;
+  dense1D<unsigned, 8> ids = part_of;
+  EXPECT_EQ(extract_part(pos, connect, ids, 1, pos, connect, ids), count);
+  EXPECT_EQ(std::vector<double>(pos.data(), pos.data() + 3 * pos.cols()),
+            std::vector<double>(expected.pos.data(), expected.pos.data() + 3 * expected.pos.cols()));
+  EXPECT_TRUE(std::equal(connect.data(), connect.data() + 4 * connect.cols(), expected.connect.data()));
+  EXPECT_TRUE(ids == expected.ids);
+  EXPECT_EQ(whole.pos.cols(), 64u);
+  EXPECT_EQ(whole.tets(0, 0), 0u);
+}
+
 TEST(Partition, BadArguments) {
   const cube one(1);
   dense1D<unsigned, 8> part_of(2, 0u);

@@ -130,8 +130,10 @@ struct exchange_report {
 };
 
 // bound_metric_gradations and bound_metric_variations of
-// <zeb/plexa/gradation.hpp> over a partitioned mesh.  Each round runs the
-// serial propagation on every rank's part, then exchanges the values of the
+// <zeb/plexa/gradation.hpp> over a partitioned mesh.  The first round is
+// the serial call on every rank's part; each later round resumes that
+// propagation (its node graph and state kept) from the nodes the last
+// exchange changed.  After each round the ranks exchange the values of the
 // shared nodes with the ranks that hold them: a free node whose copies
 // differ takes on every rank the same combination of them, the smallest
 // size (mode -1; for metrics minimum_metric, folded over the copies in rank
@@ -152,9 +154,10 @@ struct exchange_report {
 //   - Isotropic sizes: both results are fixed points of the engine within
 //     the bound, at or below (mode -1) or at or above (mode 1) the entry
 //     sizes, and they differ only through the 0.001 threshold on t with
-//     which each correction may stop short: a node's value can differ from
-//     the serial one by at most that slack over the corrections that reach
-//     it, a relative 1e-3 at the very most.  Measured on tetrahedral cubes
+//     which each correction may stop short: both lie between the
+//     shortest-path envelopes of the entry sizes for the rates c and
+//     c / 0.999 (c = ln(1 + g) or g), so a node's values differ by a
+//     relative 1e-3 at the very most.  Measured on tetrahedral cubes
 //     split in 2 and 4 parts: 1e-15 (rounding) for gradations, 5e-5 for
 //     variations in mode 1.
 //   - Metrics: each correction intersects (or unites) a metric with one

@@ -6,7 +6,8 @@
 #   make sanitize   the test suite built with AddressSanitizer and UBSan
 #   make tsan       the tests that run the library from several threads, built
 #                   with ThreadSanitizer
-#   make bench      the benchmarks, in an optimised build (BENCH_ARGS=... for filters)
+#   make bench      the benchmarks, in an optimised build (BENCH_ARGS=... for filters),
+#                   then the Python module's overhead (bench/python_overhead.py)
 #   make install PREFIX=/opt/plexa
 
 BUILD ?= build
@@ -16,6 +17,7 @@ BENCH_BUILD ?= build-rel
 PREFIX ?= /usr/local
 JOBS ?= 2
 CMAKE_ARGS ?=
+PYTHON ?= /usr/bin/python3
 BENCH_ARGS ?= --benchmark_repetitions=1
 
 # ccache (picked up by CMake when present) shares hits between checkouts.
@@ -59,6 +61,9 @@ bench: setup
 	cmake --build $(BENCH_BUILD) -j$(JOBS)
 	@set -e; for b in $(BENCH_BUILD)/bench/*_bench; do \
 	  [ -x "$$b" ] || continue; echo "== $$b"; "$$b" $(BENCH_ARGS); done
+	@set -e; if ls $(BENCH_BUILD)/bench/plexa_bench_timer*.so >/dev/null 2>&1; then \
+	  echo "== bench/python_overhead.py"; \
+	  PYTHONPATH=$(BENCH_BUILD)/python:$(BENCH_BUILD)/bench $(PYTHON) bench/python_overhead.py; fi
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)

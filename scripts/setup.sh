@@ -14,6 +14,7 @@ packages=(
   python3-gmsh  # files written by gmsh, read by the library's readers
   freefem++ libfreefem++  # a reader of MEDIT solution files (meshio and gmsh have none)
   admesh python3-stl  # independent STL reader and writer for the interoperability tests
+  pybind11-dev python3-dev python3-numpy python3-pytest  # the Python module and its tests
   locales  # locale sources, to test output under a decimal-comma locale
 )
 

@@ -130,8 +130,12 @@ using capacity32 = count32<2>;
 static_assert(sizeof(size32) == 4 && std::is_trivially_copyable<size32>::value, "count32 is a plain uint32");
 }  // namespace detail
 
+template <class T, unsigned K>
+class external_vector_num;
+
 // A heap block of T owned by a reference-counted object: (vtable, count,
-// pointer to the first T, capacity in elements).
+// pointer to the first T, capacity in elements).  A block made by adopt()
+// holds memory it did not allocate (see there).
 template <class T, unsigned K = 8>
 class vector_num : public math1::ref_counted {
   static_assert(std::is_trivially_copyable<T>::value,
@@ -156,8 +160,22 @@ class vector_num : public math1::ref_counted {
     return v;
   }
 
+  // A block over `capacity` elements at `data`, memory that the containers
+  // did not allocate (an array of another library, a mapped file): views
+  // made over it read and write that memory in place.  When the block dies,
+  // release(context) is called instead of freeing the memory.  A block that
+  // has to grow (__grow) moves its entries to memory of its own, as any
+  // block does, and leaves the adopted memory untouched; release is still
+  // called when the block dies, not before.  nullptr when release is null,
+  // capacity does not fit 32 bits or the block object cannot be had:
+  // release is then not called and the caller keeps the memory.
+  using release_function = void (*)(void* context) noexcept;
+  static vector_num* adopt(T* data, std::uint64_t capacity, release_function release, void* context) noexcept;
+
   T* data() const noexcept { return data_; }
   unsigned capacity() const noexcept { return capacity_; }
+  // Whether data() is adopted memory (not allocated by the block).
+  bool external() const noexcept { return external_; }
 
   // Makes room for `required` elements, keeping the first `kept` ones (the
   // rest of the block is unspecified afterwards): the new capacity is at
@@ -177,20 +195,57 @@ class vector_num : public math1::ref_counted {
     if (kept > capacity_) kept = unsigned(capacity_);
     if (kept > 0)
       std::memcpy(static_cast<void*>(fresh), static_cast<const void*>(data_), std::size_t(kept) * sizeof(T));
-    math1::__vector_num_free(data_);
+    if (!external_) math1::__vector_num_free(data_);
     data_ = fresh;
     capacity_ = static_cast<std::uint32_t>(wanted);
+    external_ = false;
     return true;
   }
 
-  ~vector_num() override { math1::__vector_num_free(data_); }
+  ~vector_num() override {
+    if (!external_) math1::__vector_num_free(data_);
+  }
 
  private:
+  friend class external_vector_num<T, K>;
   vector_num() noexcept = default;
 
   T* data_ = nullptr;
   detail::capacity32 capacity_ = 0u;
+  // Set while data_ is adopted memory; it takes the tail padding after the
+  // capacity, so the block keeps its size and the offsets of its fields.
+  bool external_ = false;
 };
+
+// The block object of vector_num::adopt: the release callback of the
+// adopted memory and its context.
+template <class T, unsigned K>
+class external_vector_num final : public vector_num<T, K> {
+ public:
+  using release_function = typename vector_num<T, K>::release_function;
+
+  void* context() const noexcept { return context_; }
+  ~external_vector_num() override { release_(context_); }
+
+ private:
+  friend class vector_num<T, K>;
+  external_vector_num(T* data, std::uint32_t capacity, release_function release, void* context) noexcept
+      : release_(release), context_(context) {
+    this->data_ = data;
+    this->capacity_ = capacity;
+    this->external_ = true;
+  }
+
+  release_function release_;
+  void* context_;
+};
+
+template <class T, unsigned K>
+vector_num<T, K>* vector_num<T, K>::adopt(T* data, std::uint64_t capacity, release_function release,
+                                          void* context) noexcept {
+  if (capacity > UINT32_MAX || !release) return nullptr;
+  return new (std::nothrow) external_vector_num<T, K>(data, static_cast<std::uint32_t>(capacity), release, context);
+}
 
 namespace detail {
 // Makes `storage` hold at least `required` elements, keeping the first

@@ -224,3 +224,63 @@ TEST(Containers, FixedSizeLayouts) {
   EXPECT_EQ(z(1, 0) + z(0, 1) + zero[2], 0.0);
   EXPECT_EQ(x[1], 2.5);
 }
+
+namespace {
+// Counts the calls of the release callback of an adopted buffer.
+void count_release(void* calls) noexcept { ++*static_cast<int*>(calls); }
+}  // namespace
+
+TEST(Containers, AdoptedMemoryIsViewedInPlaceAndReleasedOnce) {
+  static_assert(sizeof(zeb::vector_num<double, 8>) == 32 && sizeof(zeb::vector_num<unsigned, 8>) == 32,
+                "the external flag lives in the tail padding");
+  double buffer[12];
+  for (unsigned k = 0; k < 12; ++k) buffer[k] = k;
+  int calls = 0;
+  {
+    zeb::Ptr<zeb::vector_num<double, 8>> block;
+    block = zeb::vector_num<double, 8>::adopt(buffer, 12, count_release, &calls);
+    ASSERT_TRUE(block && block->external() && block->capacity() == 12);
+    // Four columns of two rows with a leading dimension of three: a strided view.
+    dense2D<double> m(block, 0, 2, 4, 3);
+    const dense2D<double> col = m.sub_matrix(0, 2, 2, 1);
+    EXPECT_EQ(m.data(), buffer);
+    EXPECT_EQ(col(1, 0), 7.0);
+    m(0, 3) = -1;
+    EXPECT_EQ(buffer[9], -1.0);
+    block = nullptr;
+    EXPECT_EQ(calls, 0);  // the views still hold counts
+    dense2D<double> deep;
+    ASSERT_TRUE(deep.copy(m));
+    EXPECT_FALSE(deep.storage()->external());
+  }
+  EXPECT_EQ(calls, 1);
+
+  // Growing moves the entries to memory of the block's own; the adopted
+  // buffer is neither freed nor written, and is released with the block.
+  unsigned ids[4] = {5, 6, 7, 8};
+  calls = 0;
+  {
+    zeb::Ptr<zeb::vector_num<unsigned, 8>> block;
+    block = zeb::vector_num<unsigned, 8>::adopt(ids, 4, count_release, &calls);
+    dense1D<unsigned> v(block, 0, 4);
+    block = nullptr;
+    ASSERT_TRUE(v.push_back(9));
+    EXPECT_FALSE(v.storage()->external());
+    EXPECT_NE(v.data(), ids);
+    EXPECT_EQ(std::vector<unsigned>(v.begin(), v.end()), (std::vector<unsigned>{5, 6, 7, 8, 9}));
+    v[0] = 0;
+    EXPECT_EQ(ids[0], 5u);
+    EXPECT_EQ(calls, 0);
+  }
+  EXPECT_EQ(calls, 1);
+
+  // Refusals leave the memory with the caller: no release call.
+  calls = 0;
+  EXPECT_EQ((zeb::vector_num<unsigned, 8>::adopt(ids, std::uint64_t(UINT32_MAX) + 1, count_release, &calls)), nullptr);
+  EXPECT_EQ((zeb::vector_num<unsigned, 8>::adopt(ids, 4, nullptr, &calls)), nullptr);
+  {
+    allocation_failure_scope fail(0);
+    EXPECT_EQ((zeb::vector_num<unsigned, 8>::adopt(ids, 4, count_release, &calls)), nullptr);
+  }
+  EXPECT_EQ(calls, 0);
+}

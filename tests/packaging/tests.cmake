@@ -60,6 +60,8 @@ if(PLEXA_INSTALL)
   # The installed package, used the two documented ways.  One fixture installs
   # the build into a prefix inside the build tree; the consumers need it.
   set(plexa_test_prefix ${plexa_packaging_dir}/prefix)
+  # For the tests of other folders that use the installed tree (python/).
+  set_property(GLOBAL PROPERTY PLEXA_TEST_PREFIX ${plexa_test_prefix})
   set(plexa_consumer_flags "")
   if(PLEXA_SANITIZE)
     # A program linked with the sanitized libraries must load the sanitizer runtime first.

@@ -14,6 +14,10 @@ extern const command info_command;
 extern const command weld_command;
 extern const command check_command;
 extern const command sizemap_command;
+#if PLEXA_CLI_MPI
+extern const command partition_command;
+extern const command merge_parts_command;
+#endif
 
 namespace {
 
@@ -25,6 +29,10 @@ const command* const table[] = {
     &sizemap_command,
     &convert_command,
     &weld_command,
+#if PLEXA_CLI_MPI
+    &partition_command,
+    &merge_parts_command,
+#endif
 };
 
 }  // namespace

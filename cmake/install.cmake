@@ -2,13 +2,24 @@
 # zeb::plexa and the companions) and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS zebmath1 zebmisc zeblapack zebplexa EXPORT zebplexaTargets
+# The MPI companion zebplexa_mpi (zeb::plexa_mpi) when it is built; the
+# package then finds MPI for its users.
+set(PLEXA_INSTALLED_TARGETS zebmath1 zebmisc zeblapack zebplexa)
+set(PLEXA_PACKAGE_HAS_MPI OFF)
+set(PLEXA_MPI_HEADER_RULE PATTERN mpi.hpp EXCLUDE)
+if(TARGET zebplexa_mpi)
+  list(APPEND PLEXA_INSTALLED_TARGETS zebplexa_mpi)
+  set(PLEXA_PACKAGE_HAS_MPI ON)
+  set(PLEXA_MPI_HEADER_RULE)
+endif()
+install(TARGETS ${PLEXA_INSTALLED_TARGETS} EXPORT zebplexaTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-# The test-only allocation-failure switch (zeb/testing/) is not installed.
+# The test-only allocation-failure switch (zeb/testing/) is not installed,
+# nor <zeb/plexa/mpi.hpp> without its library.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zeb DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  PATTERN testing EXCLUDE)
+  PATTERN testing EXCLUDE ${PLEXA_MPI_HEADER_RULE})
 
 set(PLEXA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zebplexa)
 install(EXPORT zebplexaTargets NAMESPACE zeb:: DESTINATION ${PLEXA_CMAKE_DIR})

@@ -9,6 +9,7 @@ packages=(
   cmake g++ make pkg-config ccache binutils
   liblapack-dev libgtest-dev libgmock-dev libbenchmark-dev
   libnanoflann-dev
+  libopenmpi-dev openmpi-bin libmetis-dev  # the MPI companion zebplexa_mpi (left out without them)
   python3-meshio python3-vtk9  # independent readers for the interoperability tests
   python3-gmsh  # files written by gmsh (MEDIT, NASTRAN), read by the library's readers
   freefem++ libfreefem++  # a reader of MEDIT solution files (meshio and gmsh have none)

@@ -6,6 +6,7 @@
 //   ZEBMISC_API    zebmisc   zeb::misc::histogram
 //   ZEBLAPACK_API  zeblapack zeb::lapack::dspev
 //   PLEXA_API      zebplexa  the zeb::plexa API
+//   PLEXA_MPI_API  zebplexa_mpi  the partitioned-mesh functions (<zeb/plexa/mpi.hpp>)
 #pragma once
 
 #define ZEB_EXPORTED __attribute__((visibility("default")))
@@ -32,4 +33,10 @@
 #define PLEXA_API ZEB_EXPORTED
 #else
 #define PLEXA_API
+#endif
+
+#if defined(ZEBPLEXA_MPI_BUILDING)
+#define PLEXA_MPI_API ZEB_EXPORTED
+#else
+#define PLEXA_MPI_API
 #endif

@@ -57,7 +57,9 @@ constexpr medit_kind medit_kinds[ELEMENT_TYPE_COUNT] = {
     {"Hexahedra\n", 8, {0, 1, 2, 3, 4, 5, 6, 7}},      // ELT_HEXA27
 };
 
-void write_vertices(text_writer& w, const dense2D<double>& pos) {
+// The vertices with their references, 0 for every vertex when `refs` is
+// null.
+void write_vertices(text_writer& w, const dense2D<double>& pos, const unsigned* refs = nullptr) {
   const unsigned d = pos.rows(), n = pos.cols();
   w.put("Vertices\n");
   w.put_int(n);
@@ -66,7 +68,12 @@ void write_vertices(text_writer& w, const dense2D<double>& pos) {
   const std::size_t ld = pos.ld();
   for (unsigned j = 0; j < n; ++j, p += ld) {
     w.put_exponents(p, d);
-    w.put("0\n", 2);
+    if (refs) {
+      w.put_int(refs[j]);
+      w.put('\n');
+    } else {
+      w.put("0\n", 2);
+    }
   }
   w.put('\n');
 }
@@ -169,16 +176,18 @@ class ranged_blocks {
 
 int write_ranged_mesh(const char* path, const dense2D<double>& pos, const dense2D<unsigned>& connect,
                       const dense1D<unsigned, 8>& ranges, const dense1D<int, 8>& types,
-                      const dense1D<unsigned, 8>& refs, const write_options& options) {
+                      const dense1D<unsigned, 8>& refs, const dense1D<unsigned, 8>* node_refs,
+                      const write_options& options) {
   const unsigned d = pos.rows(), n = pos.cols();
   if (d == 0 || d > 3) return -2;
   if (const int r = detail::check_ranged_blocks(connect, ranges, types, refs, n)) return r;
+  if (node_refs && node_refs->size() != n) return -7;
   output_file file(path);
   if (!file) return -1;
   text_writer w(file.get());
   w.set_digits(options.digits);
   write_header(w, d);
-  write_vertices(w, pos);
+  write_vertices(w, pos, node_refs ? node_refs->data() : nullptr);
   const ranged_blocks blocks(connect, ranges, types);
   for (unsigned t = 0; t < ELEMENT_TYPE_COUNT; ++t) {
     const medit_kind& kind = medit_kinds[t];
@@ -246,7 +255,14 @@ int medit_output(const char* path, const dense2D<double>& pos, const dense2D<uns
 int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                  const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
                  const dense1D<unsigned int, 8>& refs, const write_options& options) {
-  return write_ranged_mesh(path, pos, connect, ranges, types, refs, options);
+  return write_ranged_mesh(path, pos, connect, ranges, types, refs, nullptr, options);
+}
+
+int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
+                 const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
+                 const dense1D<unsigned int, 8>& refs, const dense1D<unsigned int, 8>& node_refs,
+                 const write_options& options) {
+  return write_ranged_mesh(path, pos, connect, ranges, types, refs, &node_refs, options);
 }
 
 int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,

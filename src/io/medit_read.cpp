@@ -154,7 +154,9 @@ std::uint64_t file_bytes(std::FILE* f) noexcept {
 
 class mesh_reader {
  public:
-  explicit mesh_reader(std::FILE* f) noexcept : in_(f), bytes_(file_bytes(f)) {}
+  // `vertex_refs`, when not null, receives the vertices' references.
+  mesh_reader(std::FILE* f, dense1D<unsigned, 8>* vertex_refs) noexcept
+      : in_(f), bytes_(file_bytes(f)), vertex_refs_(vertex_refs) {}
 
   // Reads the whole file into the assembly: 0 or a code.
   int read() noexcept {
@@ -218,7 +220,9 @@ class mesh_reader {
     if (dim_ == 0 || vertices_read_) return MALFORMED;
     vertices_read_ = true;
     // A vertex takes at least two characters per number.
-    nodes_.reserve(unsigned(std::min<std::uint64_t>(n, bytes_ / (2 * (dim_ + 1)))), 0, 0);
+    const unsigned expected = unsigned(std::min<std::uint64_t>(n, bytes_ / (2 * (dim_ + 1))));
+    nodes_.reserve(expected, 0, 0);
+    if (vertex_refs_ && !vertex_refs_->reserve(expected)) return detail::OUT_OF_MEMORY;
     double x[3];
     unsigned reference;
     for (unsigned id = 1; id <= n; ++id) {
@@ -226,6 +230,7 @@ class mesh_reader {
         if (!in_.real(x[k])) return in_.failure();
       if (!in_.reference(reference)) return in_.failure();
       if (!nodes_.add_node(id, x)) return detail::OUT_OF_MEMORY;
+      if (vertex_refs_ && !vertex_refs_->push_back(reference)) return detail::OUT_OF_MEMORY;
     }
     return 0;
   }
@@ -253,11 +258,12 @@ class mesh_reader {
   bool vertices_read_ = false;
   unsigned elements_ = 0;
   mesh_assembly nodes_{3};
+  dense1D<unsigned, 8>* vertex_refs_;
 };
 
 int read_mesh(std::FILE* f, dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
-              dense1D<int, 8>& types, dense1D<unsigned, 8>& refs) {
-  mesh_reader reader(f);
+              dense1D<int, 8>& types, dense1D<unsigned, 8>& refs, dense1D<unsigned, 8>* vertex_refs) {
+  mesh_reader reader(f, vertex_refs);
   const int r = reader.read();
   if (r != 0) return r;
   return reader.finish(pos, connect, ranges, types, refs);
@@ -371,8 +377,31 @@ int medit_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& conne
                 dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs) {
   if (const int r = detail::empty_read_outputs(pos, connect, ranges, types, refs, nullptr, nullptr)) return r;
   if (!f || std::ferror(f)) return CANNOT_READ;
-  const int r = read_mesh(f, pos, connect, ranges, types, refs);
+  const int r = read_mesh(f, pos, connect, ranges, types, refs, nullptr);
   return r == 0 ? 0 : detail::fail(r, pos, connect, ranges, types, refs);
+}
+
+int medit_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect, dense1D<unsigned int, 8>& ranges,
+                dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs, dense1D<unsigned int, 8>& node_refs) {
+  if (&refs == &ranges) return detail::fail(-6, pos, connect, ranges, types, node_refs);
+  if (&node_refs == &refs || &node_refs == &ranges) return detail::fail(-7, pos, connect, ranges, types, refs);
+  detail::fail(0, pos, connect, ranges, types, refs, node_refs);
+  if (!f || std::ferror(f)) return CANNOT_READ;
+  const int r = read_mesh(f, pos, connect, ranges, types, refs, &node_refs);
+  return r == 0 ? 0 : detail::fail(r, pos, connect, ranges, types, refs, node_refs);
+}
+
+int medit_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs,
+                dense1D<unsigned int, 8>& node_refs) {
+  if (&refs == &ranges) return detail::fail(-6, pos, connect, ranges, types, node_refs);
+  if (&node_refs == &refs || &node_refs == &ranges) return detail::fail(-7, pos, connect, ranges, types, refs);
+  detail::fail(0, pos, connect, ranges, types, refs, node_refs);
+  std::FILE* f = path ? std::fopen(path, "r") : nullptr;
+  if (!f) return CANNOT_READ;
+  const int r = medit_input(f, pos, connect, ranges, types, refs, node_refs);
+  std::fclose(f);
+  return r;
 }
 
 int medit_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,

@@ -29,11 +29,11 @@ int propagate(const dense2D<double>& pos, Values& values, const dense1D<unsigned
   return r;
 }
 
-template <class Measure, class Values>
-int bound_changes(const dense2D<double>& pos_arg, const dense2D<unsigned>& connect, element_type type,
-                  const dense1D<unsigned, 8>& nodes, bool frozen, int mode, double g, Values& values,
-                  propagation_stats* stats) noexcept {
-  if (connect.empty() || g == LARGEST) return 0;
+template <class Values>
+int prepare(const dense2D<double>& pos_arg, const dense2D<unsigned>& connect, element_type type,
+            const dense1D<unsigned, 8>& nodes, double g, const Values& values, dense2D<double>& pos,
+            dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& adjacent) noexcept {
+  if (connect.empty() || g == LARGEST) return NOTHING_TO_DO;
   const unsigned dim = pos_arg.rows(), count = pos_arg.cols();
   if (dim != 2 && dim != 3) return bad_argument(1);
   if (!check_IDs(connect, type, count)) return bad_argument(2);
@@ -44,13 +44,21 @@ int bound_changes(const dense2D<double>& pos_arg, const dense2D<unsigned>& conne
   if (!covers(values, dim, max_ID(connect))) return bad_argument(8);
   // The field is changed in place: coordinates in its storage are read
   // from a copy.
-  dense2D<double> pos;
   if (!detach(pos_arg, values, pos)) return OUT_OF_MEMORY;
-  dense1D<unsigned, 8> offsets, adjacent;
   if (build_node_graph(connect, narrowed, offsets, adjacent) != 0) return OUT_OF_MEMORY;
-  if (offsets.size() < 2) return 0;
+  return offsets.size() < 2 ? NOTHING_TO_DO : SUCCESS;
+}
+
+template <class Measure, class Values>
+int bound_changes(const dense2D<double>& pos_arg, const dense2D<unsigned>& connect, element_type type,
+                  const dense1D<unsigned, 8>& nodes, bool frozen, int mode, double g, Values& values,
+                  propagation_stats* stats) noexcept {
+  dense2D<double> pos;
+  dense1D<unsigned, 8> offsets, adjacent;
+  const int ready = prepare(pos_arg, connect, type, nodes, g, values, pos, offsets, adjacent);
+  if (ready != SUCCESS) return ready == NOTHING_TO_DO ? 0 : ready;
   const unsigned char m = static_cast<unsigned char>(mode & 0xFF);
-  if (dim == 2) return propagate<Measure, 2>(pos, values, offsets, adjacent, nodes, frozen, m, g, stats);
+  if (pos.rows() == 2) return propagate<Measure, 2>(pos, values, offsets, adjacent, nodes, frozen, m, g, stats);
   return propagate<Measure, 3>(pos, values, offsets, adjacent, nodes, frozen, m, g, stats);
 }
 
@@ -64,6 +72,18 @@ int bound_change_of(size_change measure, const dense2D<double>& pos, const dense
 }
 
 }  // namespace
+
+int prepare_size_change(const dense2D<double>& pos_arg, const dense2D<unsigned>& connect, element_type type,
+                        const dense1D<unsigned, 8>& nodes, double g, const dense1D<double, 8>& H,
+                        dense2D<double>& pos, dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& adjacent) noexcept {
+  return prepare(pos_arg, connect, type, nodes, g, H, pos, offsets, adjacent);
+}
+
+int prepare_size_change(const dense2D<double>& pos_arg, const dense2D<unsigned>& connect, element_type type,
+                        const dense1D<unsigned, 8>& nodes, double g, const dense2D<double>& M,
+                        dense2D<double>& pos, dense1D<unsigned, 8>& offsets, dense1D<unsigned, 8>& adjacent) noexcept {
+  return prepare(pos_arg, connect, type, nodes, g, M, pos, offsets, adjacent);
+}
 
 int bound_size_change(size_change measure, const dense2D<double>& pos, const dense2D<unsigned>& connect,
                       element_type type, const dense1D<unsigned, 8>& nodes, bool frozen, int mode, double g,

@@ -81,7 +81,40 @@ class propagation {
     if (room > 0xFFFFFFF0u || !queue_.grow(unsigned(room)) ||
         !for_each_first_edge([&](double m, unsigned i, unsigned j) { return push_edge(m, 0, i, j); }))
       return OUT_OF_MEMORY;
-    unsigned changed = 0;
+    return drain();
+  }
+
+  // A later run, after the values of the listed nodes were changed from
+  // outside (by the exchanges of gradation across parts): only their edges
+  // are looked at first.  Returns the number of distinct nodes changed by
+  // this run and the ones before it, or -199 as run().
+  int run_from(const unsigned* nodes, unsigned count) noexcept {
+    const unsigned* mark = marks_.data();
+    for (unsigned k = 0; k < count; ++k) {
+      const unsigned i = nodes[k];
+      if (i >= n_) continue;
+      const auto vi = field_.at(i);
+      const double* pi = field_.point(i);
+      for (unsigned a = off_[i]; a < off_[i + 1]; ++a) {
+        const unsigned j = adj_[a];
+        const double m = Field::template measure<Measure>(vi, pi, field_.at(j), field_.point(j));
+        if (!(m > g_)) continue;
+        // push_edge corrects its first node, which must be free.
+        const bool pushed = mark[i] != FROZEN ? push_edge(m, counter_, i, j)
+                                              : mark[j] == FROZEN || push_edge(m, counter_, j, i);
+        if (!pushed) return OUT_OF_MEMORY;
+      }
+    }
+    return drain();
+  }
+
+  const propagation_stats& stats() const noexcept { return stats_; }
+
+ private:
+  // Pops the queue until it is empty: the corrections, and the edges they
+  // put back.
+  int drain() noexcept {
+    unsigned* mark = marks_.data();
     while (!queue_.empty()) {
       const queue_entry e = queue_.pop();
       ++stats_.pops;
@@ -94,7 +127,7 @@ class propagation {
       unsigned char mode = modes_[i];
       if (!corrector_.correct(i, e.neighbor, mode, frozen_.data(), frozen)) continue;
       modes_[i] = mode;
-      if (mark[i] == 0) ++changed;
+      if (mark[i] == 0) ++changed_;
       if (counter_ == limit_) renumber();
       mark[i] = ++counter_;
       ++stats_.changes;
@@ -112,12 +145,9 @@ class propagation {
         if (m > g_ && !push_edge(m, counter_, i, j)) return OUT_OF_MEMORY;
       }
     }
-    return int(changed);
+    return int(changed_);
   }
 
-  const propagation_stats& stats() const noexcept { return stats_; }
-
- private:
   // An entry is stale when its node, or its neighbour when free, changed
   // after it was made.
   bool stale(const queue_entry& e) const noexcept {
@@ -213,7 +243,7 @@ class propagation {
   const unsigned *off_, *adj_;
   unsigned n_;
   double g_;
-  unsigned limit_, counter_ = 0;
+  unsigned limit_, counter_ = 0, changed_ = 0;
   bool any_frozen_ = false;
   dense1D<unsigned, 8> marks_, frozen_;
   dense1D<unsigned char, 8> modes_;

@@ -120,6 +120,40 @@ TEST(MeditInput, ReadsBackWhatTheWriterWroteAndWritesItAgain) {
   }
 }
 
+// Vertex references (the global ids of a part file, say) read back as
+// written, the whole unsigned range included, and write again to the same
+// bytes; without them every vertex has reference 0.
+TEST(MeditInput, VertexReferencesReadBackAsWritten) {
+  scratch_dir dir;
+  const std::string first = dir.file("first.mesh"), again = dir.file("again.mesh");
+  auto g = rng(3);
+  read_mesh m;
+  m.pos = random_coordinates(g, 3, 5, -1, 1);
+  m.connect = random_connectivity(g, 4, 2, 5);
+  m.ranges = ids({0, 2});
+  m.types = type_list({ELT_TETRA4});
+  m.refs = ids({7, 8});
+  const dense1D<unsigned, 8> node_refs = ids({0, 4294967294u, 2147483648u, 12, 5});
+  ASSERT_EQ(medit_output(first.c_str(), m.pos, m.connect, m.ranges, m.types, m.refs, node_refs), 0);
+  read_mesh r;
+  dense1D<unsigned, 8> read_refs;
+  ASSERT_EQ(medit_input(first.c_str(), r.pos, r.connect, r.ranges, r.types, r.refs, read_refs), 0);
+  EXPECT_EQ(to_vector(read_refs), to_vector(node_refs));
+  ASSERT_EQ(medit_output(again.c_str(), r.pos, r.connect, r.ranges, r.types, r.refs, read_refs), 0);
+  EXPECT_EQ(read_file(again), read_file(first));
+  ASSERT_EQ(m.write(again), 0);
+  ASSERT_EQ(medit_input(again.c_str(), r.pos, r.connect, r.ranges, r.types, r.refs, read_refs), 0);
+  EXPECT_EQ(to_vector(read_refs), std::vector<unsigned>(5, 0));
+  // A count that does not fit, and outputs that are one object.
+  EXPECT_EQ(medit_output(again.c_str(), m.pos, m.connect, m.ranges, m.types, m.refs, ids({1})), -7);
+  EXPECT_EQ(medit_input(first.c_str(), r.pos, r.connect, r.ranges, r.types, r.refs, r.refs), -7);
+  EXPECT_TRUE(r.pos.empty() && r.refs.empty());
+  // A damaged file leaves the references empty too.
+  write_file(again, read_file(first).substr(0, 200));
+  EXPECT_LT(medit_input(again.c_str(), r.pos, r.connect, r.ranges, r.types, r.refs, read_refs), 0);
+  EXPECT_TRUE(read_refs.empty());
+}
+
 // Higher-order kinds are written by their vertices (and quadratic
 // triangles after the quadrangles): they read back as linear elements, and
 // from then on the file is stable.

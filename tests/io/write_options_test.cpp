@@ -71,7 +71,7 @@ TEST(WriteOptions, DigitsAndFixedFields) {
   const zeb::dense1D<unsigned, 8> ranges = plexa_test::ids({0, 1}), ids(1, 1u);
   const zeb::dense1D<int, 8> types = plexa_test::type_list({ELT_EDGE2});
   const std::string mesh = dir.file("m.mesh"), nas = dir.file("m.nas");
-  ASSERT_EQ(medit_output(mesh.c_str(), pos, edge, ranges, types, ids, {3}), 0);
+  ASSERT_EQ(medit_output(mesh.c_str(), pos, edge, ranges, types, ids, write_options{3}), 0);
   EXPECT_NE(read_file(mesh).find("Vertices\n2\n3.33E-01 -6.67E-01 1.00E-300 0\n0.00E+00 -5.00E-01 7.00E+22 0\n"),
             std::string::npos)
       << read_file(mesh);

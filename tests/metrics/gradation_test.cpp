@@ -9,6 +9,7 @@
 #include <queue>
 #include <set>
 
+#include "metrics/gradation_session.hpp"
 #include "metrics/metric_samples.hpp"
 #include "metrics/propagation.hpp"
 #include "support/meshes.hpp"
@@ -235,6 +236,42 @@ TEST(Gradation, IsotropicResultLiesBetweenTheShortestPathEnvelopes) {
       for (unsigned v = 0; v < S.size(); ++v)
         ASSERT_LE(S[v], std::pow(1 + bound_g, slack * (1 + 3e-7)) - 1) << "node " << v;
     }
+  });
+}
+
+// A session's first run is the serial call; after a few values are changed
+// from outside, resuming from those nodes gives what the serial call on the
+// changed field would bound it to: within the shortest-path envelopes of
+// the changed field, every edge within the bound.
+TEST(GradationSession, ResumingFromChangedNodesBoundsTheChangedField) {
+  for_each_directed_run(73, [](auto& g, const random_mesh& m, const pair_set& edges, kind k, double bound_g,
+                               int mode) {
+    const dense1D<double, 8> H0 = rough_sizes(g, m.coords.cols());
+    dense1D<double, 8> serial = copy_of(H0), H = copy_of(H0);
+    const int serial_changed = bound(k, m, none, true, mode, bound_g, serial);
+    ASSERT_GT(serial_changed, 0);
+    detail::gradation_session session;
+    ASSERT_EQ(session.start(k == kind::variation, m.coords, m.connect, m.type, none, true, mode, bound_g, H),
+              serial_changed);
+    ASSERT_EQ(to_vector(H), to_vector(serial));
+    const bool shrink = mode == -1;
+    dense1D<unsigned, 8> touched;
+    for (int t = 0; t < 3; ++t) {
+      const unsigned v = unsigned(g() % H.size());
+      H[v] *= shrink ? 0.05 : 20.0;
+      touched.push_back(v);
+    }
+    const dense1D<double, 8> changed = copy_of(H);
+    ASSERT_GE(session.resume(touched), 0);
+    const double c = rate(k, bound_g);
+    const V exact = lipschitz_envelope(m, edges, changed, c, shrink);
+    const V loose = lipschitz_envelope(m, edges, changed, c * slack, shrink);
+    for (unsigned v = 0; v < H.size(); ++v) {
+      const double lo = shrink ? exact[v] : loose[v], hi = shrink ? loose[v] : exact[v];
+      ASSERT_GE(H[v], lo * (1 - 1e-12)) << "node " << v;
+      ASSERT_LE(H[v], hi * (1 + 1e-12)) << "node " << v;
+    }
+    for (const auto& [a, b] : edges) ASSERT_LE(excess(k, bound_g, m, H, a, b), slack) << a << "-" << b;
   });
 }
 

@@ -7,6 +7,12 @@ if(TARGET plexa_cli_tests AND TARGET plexa_cli)
 elseif(TARGET plexa_cli_tests)
   file(GLOB_RECURSE plexa_cli_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cli/*.cpp)
   list(FILTER plexa_cli_sources EXCLUDE REGEX ".*/main\\.cpp$")
+  if(TARGET zebplexa_mpi)
+    target_compile_definitions(plexa_cli_tests PRIVATE PLEXA_CLI_MPI=1)
+    target_link_libraries(plexa_cli_tests PRIVATE zeb::plexa_mpi)
+  else()
+    list(FILTER plexa_cli_sources EXCLUDE REGEX ".*/commands/(partition|merge_parts)\\.cpp$")
+  endif()
   target_sources(plexa_cli_tests PRIVATE ${plexa_cli_sources})
   target_include_directories(plexa_cli_tests PRIVATE ${PROJECT_SOURCE_DIR}/cli)
 endif()
@@ -18,6 +24,10 @@ set(plexa_packaging_dir ${CMAKE_CURRENT_BINARY_DIR}/packaging)
 # generated translation unit per header, built with `all`.
 file(GLOB_RECURSE plexa_public_headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/include
   ${PROJECT_SOURCE_DIR}/include/*.hpp ${PROJECT_SOURCE_DIR}/include/*.h)
+# <zeb/plexa/mpi.hpp> needs MPI's headers: checked only with its library.
+if(NOT TARGET zebplexa_mpi)
+  list(REMOVE_ITEM plexa_public_headers zeb/plexa/mpi.hpp)
+endif()
 set(plexa_header_units "")
 foreach(header ${plexa_public_headers})
   set(unit ${plexa_packaging_dir}/header_check/${header}.cpp)
@@ -28,6 +38,9 @@ add_library(plexa_header_check OBJECT ${plexa_header_units})
 target_include_directories(plexa_header_check PRIVATE ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(plexa_header_check PRIVATE -Wall -Wextra -Wpedantic -Werror)
 set_target_properties(plexa_header_check PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
+if(TARGET zebplexa_mpi)
+  target_link_libraries(plexa_header_check PRIVATE zeb::plexa_mpi)
+endif()
 
 # Only the public API leaves the shared library.
 set(plexa_nm ${CMAKE_NM})
@@ -37,6 +50,11 @@ endif()
 add_test(NAME packaging.exported_symbols
   COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:zebplexa> -DNM=${plexa_nm}
           -P ${CMAKE_CURRENT_LIST_DIR}/exported_symbols.cmake)
+if(TARGET zebplexa_mpi)
+  add_test(NAME packaging.exported_symbols_mpi
+    COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:zebplexa_mpi> -DNM=${plexa_nm}
+            -P ${CMAKE_CURRENT_LIST_DIR}/exported_symbols.cmake)
+endif()
 
 if(PLEXA_INSTALL)
   # The installed package, used the two documented ways.  One fixture installs

@@ -116,6 +116,13 @@ PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const d
 PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
                            const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
                            const dense1D<unsigned int, 8>& refs, const write_options& options = write_options());
+// The same with a reference per vertex: node_refs (n) is written as each
+// vertex's reference (in place of 0).  Returns as above, with -7 when
+// node_refs.size() differs from pos.cols() (tested after -3).
+PLEXA_API int medit_output(const char* path, const dense2D<double>& pos, const dense2D<unsigned int>& connect,
+                           const dense1D<unsigned int, 8>& ranges, const dense1D<int, 8>& types,
+                           const dense1D<unsigned int, 8>& refs, const dense1D<unsigned int, 8>& node_refs,
+                           const write_options& options = write_options());
 
 // Reads a MEDIT mesh file (text) from the open stream `f`, from its
 // position; the stream is not closed.
@@ -182,6 +189,16 @@ PLEXA_API int medit_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned i
 // path included).
 PLEXA_API int medit_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
                           dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs);
+// The readers above, keeping the vertices' references: node_refs (n) gets
+// the reference of each vertex, read as the element references are.  -7
+// (before -1) when node_refs is the same object as refs or ranges; the
+// other codes as above, node_refs left empty on failure.
+PLEXA_API int medit_input(std::FILE* f, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                          dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs,
+                          dense1D<unsigned int, 8>& node_refs);
+PLEXA_API int medit_input(const char* path, dense2D<double>& pos, dense2D<unsigned int>& connect,
+                          dense1D<unsigned int, 8>& ranges, dense1D<int, 8>& types, dense1D<unsigned int, 8>& refs,
+                          dense1D<unsigned int, 8>& node_refs);
 
 // ---------------------------------------------------------------------------
 // MEDIT solution files, header layout (".bb"): a header line of four "%d "

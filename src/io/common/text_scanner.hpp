@@ -252,13 +252,16 @@ inline bool text_scanner::next_integer(std::int64_t low, std::int64_t high, std:
   if (skip_space(comments) < 0) return false;
   const char* first = ahead();
   const char* p = first;
-  const char* tail = buffer_.data() + tail_;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') ++p;
   const char* digits = p;
-  std::int64_t v = 0;
-  for (unsigned d; p < tail && (d = unsigned(*p - '0')) <= 9 && p - digits < 18; ++p) v = v * 10 + d;
-  if (p > digits && ends_at(p)) {
+  // The NUL after the characters read stops the digits; v is exact up to
+  // 18 of them, and longer numbers go through the token (which refuses
+  // them).
+  std::uint64_t u = 0;
+  for (unsigned d; (d = unsigned(*p - '0')) <= 9; ++p) u = u * 10 + d;
+  if (p > digits && p - digits <= 18 && ends_at(p)) {
+    std::int64_t v = std::int64_t(u);
     if (negative) v = -v;
     if (v < low || v > high) return false;
     head_ = unsigned(p - buffer_.data());

@@ -213,6 +213,18 @@ def _write_nastran(path, mesh):
     _plexa.NASTRAN_output(path, mesh.points, mesh.cells, mesh.types, pids=_ids_of(mesh, 1))
 
 
+def _read_nastran(path):
+    return _from_ranged(*_plexa.NASTRAN_input(path)[:5])
+
+
+def _read_femap(path):
+    return _from_ranged(*_plexa.FEMAP_input(path)[:5])
+
+
+def _write_femap(path, mesh):
+    _plexa.FEMAP_output(path, mesh.points, mesh.cells, mesh.types, ids=_ids_of(mesh, 1))
+
+
 def _write_ensight(path, mesh):
     # EnSight has no mixed parts: they are split by kind first.
     blocks = [part for b in mesh.blocks for part in split_mixed(b)]
@@ -252,15 +264,14 @@ def _write_stl(path, mesh):
 
 
 # Extension -> format.  A reader or writer that lands in the library is one
-# more entry here: the NASTRAN reader fills the read slot of .nas and .bdf
-# (a _read_nastran over _from_ranged, property numbers as ids), the FEMAP
-# neutral file reader takes .neu.
+# more entry here.
 _FORMATS = {
     ".mesh": _Format("MEDIT", _read_medit, _write_medit),
     ".obj": _Format("OBJ", _read_obj, _write_obj),
     ".vtk": _Format("VTK", None, _write_vtk),
-    ".nas": _Format("NASTRAN", None, _write_nastran),
-    ".bdf": _Format("NASTRAN", None, _write_nastran),
+    ".nas": _Format("NASTRAN", _read_nastran, _write_nastran),
+    ".bdf": _Format("NASTRAN", _read_nastran, _write_nastran),
+    ".neu": _Format("FEMAP", _read_femap, _write_femap),
     ".geo": _Format("EnSight", None, _write_ensight),
     ".stl": _Format("STL", _read_stl, _write_stl),
 }
@@ -280,9 +291,12 @@ def read(path) -> Mesh:
     """Reads the mesh file `path` in the format of its extension: .mesh
     (MEDIT; one block wherever the element type changes, the references as
     ids), .obj (OBJ; FACE_MIX, EDGE2 and NODE blocks, the groups as ids and
-    their names as id_names), .stl (the welded nodes and one TRIA3 block).
-    The blocks of .mesh and .obj files are views of one array, in file
-    order.  Raises Error as the format's reader does."""
+    their names as id_names), .nas or .bdf (NASTRAN; one block wherever the
+    element type changes, the property numbers as ids, the nodes in 3-D in
+    ascending id order), .neu (FEMAP neutral; the same, the property ids as
+    ids), .stl (the welded nodes and one TRIA3 block).  The blocks of .mesh,
+    .obj, .nas, .bdf and .neu files are views of one array, in file order.
+    Raises Error as the format's reader does."""
     return _format_of(path, "read").read(path)
 
 
@@ -292,7 +306,8 @@ def write(path, mesh: Mesh) -> None:
     .obj (OBJ; face, edge and node blocks, the ids as groups named by
     id_names or by their number), .vtk (legacy
     VTK), .nas or .bdf (NASTRAN; the ids as property numbers, by default the
-    block's position + 1), .geo (EnSight; mixed blocks split by kind,
+    block's position + 1), .neu (FEMAP neutral; the ids as property ids, by
+    default the block's position + 1), .geo (EnSight; mixed blocks split by kind,
     pyramids not written), .stl (binary; the faces of the face blocks and the
     free boundary of the solid blocks as triangles, quadrilaterals cut along
     their 0-2 diagonal, planar nodes at z = 0).  Raises Error as the format's

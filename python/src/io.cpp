@@ -84,13 +84,27 @@ void vtk_output(py::handle path, py::handle pos, py::handle connect, py::handle 
   write_blocks(path, pos, connect, types, "vtk_output", [](const auto&... a) { return zp::vtk_output(a...); });
 }
 
-void nastran_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle ranges,
-                    py::handle pids) {
+// A writer of the column-range layout with one id per element (by default
+// the block's position + 1).
+template <class Writer>
+void write_ranged(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle ranges,
+                  py::handle ids, const char* ids_name, const char* signature, Writer&& write) {
   const std::string file = path_in(path);
   const real_matrix p = matrix_in<double>(pos, "pos");
-  const ranged_blocks r = ranged_in(connect, types, ranges, pids, "pids", 1);
-  check(without_gil([&] { return zp::NASTRAN_output(file.c_str(), p, r.connect, r.ranges, r.types, r.ids); }),
-        "NASTRAN_output(path, pos, connect, ranges, types, pids)");
+  const ranged_blocks r = ranged_in(connect, types, ranges, ids, ids_name, 1);
+  check(without_gil([&] { return write(file.c_str(), p, r.connect, r.ranges, r.types, r.ids); }), signature);
+}
+
+void nastran_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle ranges,
+                    py::handle pids) {
+  write_ranged(path, pos, connect, types, ranges, pids, "pids", "NASTRAN_output(path, pos, connect, ranges, types, pids)",
+               [](const auto&... a) { return zp::NASTRAN_output(a...); });
+}
+
+void femap_output(py::handle path, py::handle pos, py::handle connect, py::handle types, py::handle ranges,
+                  py::handle ids) {
+  write_ranged(path, pos, connect, types, ranges, ids, "ids", "FEMAP_output(path, pos, connect, ranges, types, ids)",
+               [](const auto&... a) { return zp::FEMAP_output(a...); });
 }
 
 void ensight_output(py::handle path, py::handle pos, py::handle connect, py::handle types) {
@@ -102,6 +116,22 @@ Raises Error -1 when the file cannot be opened or written (a full disk
 included: success means every byte reached the file).)";
 
 std::string doc(const char* text, const char* tail = write_errors) { return std::string(text) + tail; }
+
+// The docstring of a writer of the column-range layout: its description,
+// the blocks and ranges arguments, its ids argument (`ids` the line that
+// describes it, `name` its name) and the checks.
+std::string ranged_doc(const char* text, const char* ids, const char* name) {
+  return doc((std::string(text) + R"(
+connect, types: one connectivity and its type, or lists of them (joined
+  into one connectivity, in order).
+ranges: instead, one connectivity whose block k is the rows ranges[k] to
+  ranges[k+1] - 1, of type types[k].)" + ids + R"(
+
+Raises Error -2 for the column count of pos; -3 when a block does not fit
+its type; -4 when the ranges decrease or go past the elements; -5 when
+there is not one type per range; -6 when )" + name + R"( does not have one entry per
+element.)").c_str());
+}
 
 void bind_io(py::module_& m) {
   static const std::string medit = doc(R"(medit_output(path, pos, connect, types, colors=None, ranges=None, refs=None) -> None
@@ -172,25 +202,29 @@ when there is not one type per block.)");
   m.def("vtk_output", &vtk_output, py::arg("path"), py::arg("pos"), py::arg("connect"), py::arg("types"),
         vtk.c_str());
 
-  static const std::string nastran = doc(R"(NASTRAN_output(path, pos, connect, types, ranges=None, pids=None) -> None
+  static const std::string nastran = ranged_doc(R"(NASTRAN_output(path, pos, connect, types, ranges=None, pids=None) -> None
 
 Writes a NASTRAN bulk-data deck: the nodes pos (n, 2) or (n, 3) as GRID*
 cards, the elements as free-field cards (node id = index + 1, element id =
 its position + 1 over all blocks).
-
-connect, types: one connectivity and its type, or lists of them (joined
-  into one connectivity, in order).
-ranges: instead, one connectivity whose block k is the rows ranges[k] to
-  ranges[k+1] - 1, of type types[k].
+)", R"(
 pids: the property number of each element; by default the block's
-  position + 1.
-
-Raises Error -2 for the column count of pos; -3 when a block does not fit
-its type; -4 when the ranges decrease or go past the elements; -5 when
-there is not one type per range; -6 when pids does not have one entry per
-element.)");
+  position + 1.)", "pids");
   m.def("NASTRAN_output", &nastran_output, py::arg("path"), py::arg("pos"), py::arg("connect"), py::arg("types"),
         py::arg("ranges") = py::none(), py::arg("pids") = py::none(), nastran.c_str());
+
+  static const std::string femap = ranged_doc(R"(FEMAP_output(path, pos, connect, types, ranges=None, ids=None) -> None
+
+Writes a FEMAP neutral file (version 4.41): a header block, the nodes pos
+(n, 2) or (n, 3) as a node block (planar nodes at z = 0), the elements as an
+element block of eight records each, with the topology and node slots of
+their type (node id = index + 1, element id = its position + 1 over all
+blocks; mixed blocks written as their members, pyramids as degenerate
+bricks).
+)", R"(
+ids: the property id of each element; by default the block's position + 1.)", "ids");
+  m.def("FEMAP_output", &femap_output, py::arg("path"), py::arg("pos"), py::arg("connect"), py::arg("types"),
+        py::arg("ranges") = py::none(), py::arg("ids") = py::none(), femap.c_str());
 
   static const std::string ensight = doc(R"(ensight_output(path, pos, connect, types) -> None
 

@@ -1,9 +1,7 @@
-// The MEDIT reader and keyword-layout solution files, and Wavefront OBJ
-// files, read and written.  The readers return the ranged layout of
-// io_blocks.hpp; the NASTRAN and FEMAP readers, which return it too (with
-// the file's node and element ids beside it), are bound here the same way
-// once the library has them, and take the read slots of their extensions
-// in plexa.read.
+// The mesh readers: MEDIT (with its keyword-layout solution files),
+// Wavefront OBJ (and its writer), NASTRAN bulk data and FEMAP neutral
+// files.  The readers return the ranged layout of io_blocks.hpp; the
+// NASTRAN and FEMAP readers add the file's node and element ids.
 #include <string>
 #include <vector>
 
@@ -89,6 +87,33 @@ void obj_output(py::handle path, py::handle pos, py::handle connect, py::handle 
         "WavefrontOBJ_output(path, pos, connect, ranges, types, ids, names)");
 }
 
+// A reader of the ranged layout with the file's ids: NASTRAN_input or
+// FEMAP_input in their path form with node_ids and element_ids.
+template <class Reader>
+py::tuple ranged_with_ids(py::handle path, const char* signature, Reader&& read) {
+  const std::string file = path_in(path);
+  real_matrix pos;
+  ranged_blocks r;
+  index_vector node_ids, element_ids;
+  check(without_gil([&] {
+          return read(file.c_str(), pos, r.connect, r.ranges, r.types, r.ids, node_ids, element_ids);
+        }),
+        signature);
+  const py::tuple read_blocks = ranged_out(pos, r);
+  return py::make_tuple(read_blocks[0], read_blocks[1], read_blocks[2], read_blocks[3], read_blocks[4],
+                        array_out(node_ids), array_out(element_ids));
+}
+
+py::tuple nastran_input(py::handle path) {
+  return ranged_with_ids(path, "NASTRAN_input(path, pos, connect, ranges, types, pids, node_ids, element_ids)",
+                         [](auto&&... a) { return zp::NASTRAN_input(a...); });
+}
+
+py::tuple femap_input(py::handle path) {
+  return ranged_with_ids(path, "FEMAP_input(path, pos, connect, ranges, types, ids, node_ids, element_ids)",
+                         [](auto&&... a) { return zp::FEMAP_input(a...); });
+}
+
 constexpr const char* ranged_result = R"(
 Returns (pos, connect, ranges, types, ids): the nodes (n, d); the elements in
 file order, one connectivity (m, r) whose block k is the rows ranges[k] to
@@ -150,6 +175,54 @@ malformed or truncated; -4 for a statement the reader does not read
 (free-form geometry, unknown keywords); -5 when an element names a vertex
 the file does not have.)";
   m.def("WavefrontOBJ_input", &obj_input, py::arg("path"), obj.c_str());
+
+  static const std::string ids_result = R"(
+Two more entries follow: node_ids (n), the file's id of each node
+(ascending, the order of pos), and element_ids (m), the file's id of each
+element.)";
+
+  static const std::string nastran = std::string(R"(NASTRAN_input(path) -> tuple
+
+Reads a NASTRAN bulk-data deck: lines in free field (with commas), small
+or large fixed field (tabs to the next multiple of 8 columns), '$'
+comments, continuations; a "BEGIN BULK" line drops what came before it,
+"ENDDATA" ends the deck.  Cards read: GRID and GRID*, CORD2R, CORD2C and
+CORD2S (the coordinates are turned into the basic system), CBAR, CBEAM,
+CROD, CTRIA, CTRIA3, CTRIA6, CQUAD4, CQUAD8, CQUAD, CTETRA, CPYRAM, CPYRA,
+CPENTA, CHEXA (the node count given decides the element type, in the rows
+NASTRAN_output writes them from); other cards are skipped.  The nodes are
+in ascending GRID id order, in 3-D; the ids are the elements' PIDs (a
+blank PID is the EID).)") + ranged_result + ids_result + R"(
+
+Raises Error -1 when the file cannot be opened or read; -2 when it holds no
+card; -3 for a malformed card (a field that is not a number of its kind, an
+id out of range, a missing node, a line over 4096 characters), "BEGIN BULK"
+without "ENDDATA", a coordinate system whose RID chain loops or whose
+points give no axes; -4 for what the reader does not read (a node count or
+a blank between nodes that is none of the element's forms, INCLUDE); -5
+when the ids do not resolve (a CID or GRID id given twice, a RID, CP or
+element node naming what the file does not have).)";
+  m.def("NASTRAN_input", &nastran_input, py::arg("path"), nastran.c_str());
+
+  static const std::string femap = std::string(R"(FEMAP_input(path) -> tuple
+
+Reads a FEMAP neutral file (version 4.4 or 4.41): the header block 100,
+then the node (403) and element (404) blocks in any order, other blocks
+skipped.  A node is defined in the basic system; an element's topology
+alone decides its type (the slots FEMAP_output writes; a brick whose top
+slots all hold one node is a pyramid).  The nodes are in ascending id
+order, in 3-D; the ids are the elements' property ids.)") + ranged_result + ids_result + R"(
+
+Raises Error -1 when the file cannot be opened or read; -2 when it does not
+start with a header block; -3 when it is malformed or truncated (a missing
+version, a record with too few fields or a field that is not a number of
+its kind, an id out of range, an empty slot of a topology, a line over 4096
+characters, a block without its closing delimiter); -4 for what the reader
+does not read (another version, a node in another coordinate system, an
+unknown topology, a node in a slot its topology does not use); -5 when the
+ids do not resolve (a node id given twice, an element naming a node the
+file does not have).)";
+  m.def("FEMAP_input", &femap_input, py::arg("path"), femap.c_str());
 
   m.def("WavefrontOBJ_output", &obj_output, py::arg("path"), py::arg("pos"), py::arg("connect"), py::arg("types"),
         py::arg("ranges") = py::none(), py::arg("ids") = py::none(), py::arg("names") = py::none(),

@@ -370,6 +370,34 @@ const std::map<std::string, std::function<void()>> cases = {
                  WavefrontOBJ_output((f + "cpp.obj").c_str(), obj_pos, obj_connect, obj_ranges, obj_types, groups, names));
        save_code("sol_out", medit_solution_output((f + "cpp.sol").c_str(), dim, values));
      }},
+    {"nastran_femap",
+     [] {
+       // The decks and neutral files the Python side wrote, read here with
+       // their ids; the meshes read written back.
+       const std::string f = folder + "/";
+       for (const char* format : {"nas", "neu"}) {
+         const std::string key = format;
+         const bool nas = key == "nas";
+         dense2D<double> pos;
+         dense2D<unsigned> connect;
+         dense1D<unsigned, 8> ranges, ids, node_ids, element_ids;
+         dense1D<int, 8> types;
+         const std::string in = f + "py." + key, out = f + "cpp." + key;
+         save_code(key, nas ? NASTRAN_input(in.c_str(), pos, connect, ranges, types, ids, node_ids, element_ids)
+                            : FEMAP_input(in.c_str(), pos, connect, ranges, types, ids, node_ids, element_ids));
+         save(key + "_pos", pos);
+         save(key + "_connect", connect);
+         save(key + "_ranges", ranges);
+         save(key + "_types", types);
+         save(key + "_ids", ids);
+         save(key + "_node_ids", node_ids);
+         save(key + "_element_ids", element_ids);
+         save_code(key + "_out", nas ? NASTRAN_output(out.c_str(), pos, connect, ranges, types, ids)
+                                     : FEMAP_output(out.c_str(), pos, connect, ranges, types, ids));
+         save_code(key + "_empty", nas ? NASTRAN_input((f + "empty.nas").c_str(), pos, connect, ranges, types, ids)
+                                       : FEMAP_input((f + "empty.neu").c_str(), pos, connect, ranges, types, ids));
+       }
+     }},
     {"gradation",
      [] {
        const auto pos = matrix<double>("pos");

@@ -173,7 +173,7 @@ class TestFiles:
     def test_unknown_formats_and_refused_meshes(self, tmp_path):
         with pytest.raises(ValueError, match=r"no writer for the extension '\.stp' \(known: \.mesh, \.obj, \.vtk"):
             plexa.write(tmp_path / "a.stp", mixed_mesh())
-        with pytest.raises(ValueError, match=r"no reader for the extension '\.vtk' \(known: \.mesh, \.obj, \.stl\)"):
+        with pytest.raises(ValueError, match=r"no reader for the extension '\.vtk' \(known: \.mesh, \.obj, \.nas, \.bdf, \.neu, \.stl\)"):
             plexa.read(tmp_path / "a.vtk")
         with pytest.raises(plexa.Error) as caught:
             plexa.write(tmp_path / "a.obj", mixed_mesh())  # solids

@@ -2,6 +2,7 @@
 oracle) on the same seeded inputs: the results must be identical."""
 
 import numpy as np
+import pytest
 
 import plexa
 from conftest import spd_metrics, tet_mesh
@@ -310,3 +311,43 @@ def test_readers(oracle):
     plexa.write(folder / "mesh.obj", obj)
     for ext in ("mesh", "obj"):
         assert (folder / f"mesh.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
+
+
+def test_nastran_and_femap_readers(oracle):
+    pos, tets = tet_mesh(2, seed=22)
+    tris = plexa.get_mesh_boundaries(tets, plexa.get_neighbors(tets, plexa.TETRA4), plexa.TETRA4)
+    pids = np.random.default_rng(22).integers(0, 7, len(tets) + len(tris)).astype(np.uint32)
+    folder = oracle.folder / "nastran_femap"
+    folder.mkdir()
+    for ext in ("nas", "neu"):
+        (folder / f"empty.{ext}").write_text("")
+    # Planar nodes: read back in 3-D at z = 0.
+    plexa.NASTRAN_output(folder / "py.nas", pos[:, :2], [tets, tris], [plexa.TETRA4, plexa.TRIA3], pids=pids)
+    plexa.FEMAP_output(folder / "py.neu", pos[:, :2], [tets, tris], [plexa.TETRA4, plexa.TRIA3], ids=pids)
+    cpp = oracle("nastran_femap")
+    keys = ("pos", "connect", "ranges", "types", "ids", "node_ids", "element_ids")
+    for ext, read, write in (("nas", plexa.NASTRAN_input, plexa.NASTRAN_output),
+                             ("neu", plexa.FEMAP_input, plexa.FEMAP_output)):
+        assert cpp[ext][0] == cpp[f"{ext}_out"][0] == 0, ext
+        got = read(folder / f"py.{ext}")
+        for array, key in zip(got, keys):
+            np.testing.assert_array_equal(array, cpp[f"{ext}_{key}"], err_msg=f"{ext} {key}")
+        np.testing.assert_array_equal(got[5], np.arange(1, len(pos) + 1))
+        np.testing.assert_array_equal(got[6], np.arange(1, len(pids) + 1))
+        np.testing.assert_allclose(got[0][:, :2], pos[:, :2], rtol=1e-6)
+        assert not got[0][:, 2].any()
+        # Written back from what was read: the C++ writer's bytes.
+        write(folder / f"back.{ext}", got[0], got[1], got[3], ranges=got[2], **{"pids" if ext == "nas" else "ids": got[4]})
+        assert (folder / f"back.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
+        # read(): one block per type, the property numbers as ids.
+        mesh = plexa.read(folder / f"py.{ext}")
+        assert mesh.types == [plexa.TETRA4, plexa.TRIA3], ext
+        np.testing.assert_array_equal(mesh.blocks[0].cells, tets)
+        np.testing.assert_array_equal(mesh.blocks[1].cells, tris)
+        np.testing.assert_array_equal(np.concatenate([b.ids for b in mesh.blocks]), pids)
+        plexa.write(folder / f"mesh.{ext}", mesh)
+        assert (folder / f"mesh.{ext}").read_bytes() == (folder / f"cpp.{ext}").read_bytes(), ext
+        # The library's refusal, as an Error of its code.
+        with pytest.raises(plexa.Error) as caught:
+            read(folder / f"empty.{ext}")
+        assert caught.value.code == cpp[f"{ext}_empty"][0] == -2, ext

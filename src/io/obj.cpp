@@ -42,16 +42,23 @@ class statement_tokens {
  public:
   explicit statement_tokens(text_scanner& s) noexcept : s_(s) {}
 
+  // Moves to the next argument: true when the scanner is at its first
+  // character, false at the end of the statement (a comment skipped).
+  bool more() noexcept {
+    const int c = s_.skip_blanks();
+    if (c < 0 || c == '\n') return false;
+    if (c == '#') {
+      s_.skip_line();
+      return false;
+    }
+    return true;
+  }
+
   // The next argument; false at the end of the statement (or of a token
   // too long, which the scanner tells, or when memory runs out).
   bool next(token& t) noexcept {
     for (;;) {
-      const int c = s_.skip_blanks();
-      if (c < 0 || c == '\n') return false;
-      if (c == '#') {
-        s_.skip_line();
-        return false;
-      }
+      if (!more()) return false;
       if (!s_.take(t)) return false;
       if (t.last[-1] != '\\') return true;
       // A backslash that ends the line joins the next one.  The token is
@@ -99,9 +106,36 @@ constexpr const char* attribute_keywords[] = {"vp",        "mtllib",    "usemtl"
                                               "usemap",    "lod",       "shadow_obj", "trace_obj", "bevel",
                                               "c_interp",  "d_interp",  "ctech",  "stech",    nullptr};
 
-// A signed decimal integer in [low, high] from [p, last); false otherwise.
-bool integer_in(const char* p, const char* last, std::int64_t low, std::int64_t high, std::int64_t& v) noexcept {
-  return detail::token_integer(token{p, last}, low, high, v);
+// The fields of a vertex reference "i", "i/t", "i//n" or "i/t/n" as one
+// pass over its characters reads them: each field an optional sign and
+// decimal digits, the fields separated by at most two slashes.
+struct vertex_ref {
+  std::int64_t value[3];  // vertex, texture vertex, normal
+  bool number[3];         // the field is a sign and 1 to 18 digits
+  bool given[3];          // the field has a character (a sign at least)
+  unsigned slashes;
+};
+
+// Reads the fields from p and returns where the reading stopped: at the
+// first character that no field or slash continues (a token read whole
+// stops at its end, anything else is no vertex reference).
+const char* scan_vertex_ref(const char* p, vertex_ref& r) noexcept {
+  r.slashes = 0;
+  for (unsigned k = 0;; ++k) {
+    const char* const start = p;
+    const bool negative = *p == '-';
+    if (*p == '-' || *p == '+') ++p;
+    const char* const digits = p;
+    std::uint64_t v = 0;
+    for (unsigned d; (d = unsigned(*p - '0')) <= 9; ++p) v = v * 10 + d;
+    // At most 18 digits: far beyond the 32-bit ranges, and v exact.
+    r.number[k] = p > digits && p - digits <= 18;
+    r.given[k] = p > start;
+    r.value[k] = negative ? -std::int64_t(v) : std::int64_t(v);
+    if (*p != '/' || k == 2) return p;
+    ++p;
+    ++r.slashes;
+  }
 }
 
 class obj_reader {
@@ -160,10 +194,19 @@ class obj_reader {
   int vertex(statement_tokens& args) noexcept {
     double x[3];
     unsigned count = 0;
-    token t;
-    while (args.next(t)) {
+    while (args.more()) {
+      // In place when the number is whole in the buffer, as for faces.
       double v;
-      if (count == 7 || !detail::token_double(t, v)) return MALFORMED;
+      const char* const first = s_.ahead();
+      const char* const end = detail::parse_double(first, v);
+      if (end && unsigned(end - first) <= s_.token_max() && s_.ends_at(end)) {
+        s_.move_to(end);
+      } else {
+        token t;
+        if (!args.next(t)) break;
+        if (!detail::token_double(t, v)) return MALFORMED;
+      }
+      if (count == 7) return MALFORMED;
       if (count < 3) x[count] = v;
       ++count;
     }
@@ -173,40 +216,55 @@ class obj_reader {
     return 0;
   }
 
-  // The vertex of one "i", "i/t", "i//n" or "i/t/n" (lines: "i", "i/t").
-  int vertex_of(const token& t, bool normals_allowed, unsigned& id) noexcept {
-    const char* slash = t.first;
-    while (slash < t.last && *slash != '/') ++slash;
-    std::int64_t i;
-    if (!integer_in(t.first, slash, INT32_MIN, UINT32_MAX - 1, i) || i == 0) return MALFORMED;
+  // The vertex of one "i", "i/t", "i//n" or "i/t/n" (lines: "i", "i/t")
+  // read by scan_vertex_ref; `whole` when its reading stopped at the end of
+  // the token.  The vertex is checked first: a bad one is malformed, a
+  // relative one past the vertices so far missing; then the rest.
+  int vertex_of(const vertex_ref& r, bool whole, bool normals_allowed, unsigned& id) const noexcept {
+    std::int64_t i = r.value[0];
+    if (!r.number[0] || (r.slashes == 0 && !whole) || i == 0 || i < INT32_MIN || i > std::int64_t(UINT32_MAX) - 1)
+      return MALFORMED;
     if (i < 0) {
       if (-i > std::int64_t(vertices_)) return MISSING_NODE;
       i += std::int64_t(vertices_) + 1;
     }
     id = unsigned(i);
-    if (slash == t.last) return 0;
+    if (r.slashes == 0) return 0;
+    if (!whole || (r.slashes == 2 && !normals_allowed)) return MALFORMED;
     // The texture vertex (may be empty before a normal) and the normal.
-    const char* second = static_cast<const char*>(std::memchr(slash + 1, '/', std::size_t(t.last - slash - 1)));
-    if (second && !normals_allowed) return MALFORMED;
-    const char* t_end = second ? second : t.last;
-    if ((t_end > slash + 1 || !second) && !valid_index(slash + 1, t_end, texture_vertices_)) return MALFORMED;
-    if (second && !valid_index(second + 1, t.last, normals_)) return MALFORMED;
+    const bool texture_empty = r.slashes == 2 && !r.given[1];
+    if (!texture_empty && !valid_index(r, 1, texture_vertices_)) return MALFORMED;
+    if (r.slashes == 2 && !valid_index(r, 2, normals_)) return MALFORMED;
     return 0;
   }
 
   // A texture or normal index: non-zero, a negative one within the count.
-  static bool valid_index(const char* p, const char* last, unsigned count) noexcept {
-    std::int64_t v;
-    return integer_in(p, last, INT32_MIN, UINT32_MAX, v) && v != 0 && (v > 0 || -v <= std::int64_t(count));
+  static bool valid_index(const vertex_ref& r, unsigned k, unsigned count) noexcept {
+    const std::int64_t v = r.value[k];
+    return r.number[k] && v != 0 && v >= INT32_MIN && v <= std::int64_t(UINT32_MAX) &&
+           (v > 0 || -v <= std::int64_t(count));
   }
 
   // A face (at least 3 vertices), a line (2) or points (1).
   int elements(statement_tokens& args, unsigned least) noexcept {
     ids_.clear();
-    token t;
-    while (args.next(t)) {
+    while (args.more()) {
+      // Read in place in one pass when the reference is whole in the
+      // buffer (the common case); through the token otherwise (continued
+      // lines, tokens at the end of the buffer, anything odd).
+      vertex_ref ref;
+      const char* const first = s_.ahead();
+      const char* stop = scan_vertex_ref(first, ref);
+      bool whole = true;
+      if (unsigned(stop - first) <= s_.token_max() && s_.ends_at(stop)) {
+        s_.move_to(stop);
+      } else {
+        token t;
+        if (!args.next(t)) break;
+        whole = scan_vertex_ref(t.first, ref) == t.last;
+      }
       unsigned id;
-      if (const int r = vertex_of(t, least == 3, id)) return r;
+      if (const int r = vertex_of(ref, whole, least == 3, id)) return r;
       if (!ids_.push_back(id)) return detail::OUT_OF_MEMORY;
     }
     const unsigned n = ids_.size();

@@ -46,12 +46,13 @@ TEST(MeshAssembly, ResolvesIdsAndGroupsRunsOfOneType) {
       at[node_id[i]] = {x[0], x[1], x[2]};
       ASSERT_TRUE(a.add_node(node_id[i], x));
     }
-    const element_type kinds[] = {ELT_TRIA3, ELT_QUAD4, ELT_EDGE2, ELT_TETRA10};
+    // Mixed faces of 3 or 4 nodes: one block across runs of either count.
+    const element_type kinds[] = {ELT_TRIA3, ELT_QUAD4, ELT_EDGE2, ELT_TETRA10, ELT_FACE_MIX};
     std::vector<std::vector<unsigned>> elements;
     std::vector<int> type_of;
     for (unsigned e = 0, m = unsigned(g() % 60); e < m; ++e) {
-      const element_type t = kinds[(e / 7 + g() % 2) % 4];
-      std::vector<unsigned> nodes(nbr_nodes(t));
+      const element_type t = kinds[(e / 7 + g() % 2) % 5];
+      std::vector<unsigned> nodes(t == ELT_FACE_MIX ? 3 + g() % 2 : nbr_nodes(t));
       for (unsigned& v : nodes) v = node_id[g() % n];
       ASSERT_TRUE(a.add_element(t, nodes.data(), unsigned(nodes.size()), 1000 + e, e % 5));
       elements.push_back(nodes);

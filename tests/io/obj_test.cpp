@@ -250,4 +250,124 @@ TEST(WavefrontOBJInput, DamagedFilesGiveTheirCodesAndLeaveNothing) {
   EXPECT_TRUE(r.empty());
 }
 
+// The rules of one vertex reference, taken field by field as the token
+// splits at its slashes: the code and the vertex (1-based) it names.
+bool reference_integer(const std::string& s, long long low, long long high, long long& v) {
+  std::size_t k = !s.empty() && (s[0] == '-' || s[0] == '+');
+  if (s.size() == k || s.size() - k > 18 || s.find_first_not_of("0123456789", k) != std::string::npos) return false;
+  v = std::stoll(s);
+  return v >= low && v <= high;
+}
+
+int reference_vertex(const std::string& token, long long vertices, long long textures, long long normals,
+                     bool normals_allowed, long long& id) {
+  const std::size_t a = token.find('/');
+  if (!reference_integer(token.substr(0, a), INT32_MIN, UINT32_MAX - 1ll, id) || id == 0) return -3;
+  if (id < 0 && -id > vertices) return -5;
+  if (id < 0) id += vertices + 1;
+  if (a == std::string::npos) return 0;
+  const std::size_t b = token.find('/', a + 1);
+  if (b != std::string::npos && !normals_allowed) return -3;
+  const auto index = [](const std::string& s, long long count) {
+    long long v;
+    return reference_integer(s, INT32_MIN, UINT32_MAX, v) && v != 0 && (v > 0 || -v <= count);
+  };
+  const std::string texture = token.substr(a + 1, b == std::string::npos ? b : b - a - 1);
+  if ((!texture.empty() || b == std::string::npos) && !index(texture, textures)) return -3;
+  if (b != std::string::npos && !index(token.substr(b + 1), normals)) return -3;
+  return 0;
+}
+
+// One statement of random vertex references (valid and broken fields,
+// zero to three slashes) after a few v, vt and vn lines: the code and the
+// elements read are those of the rules above, element by element.
+TEST(WavefrontOBJInput, VertexReferencesFollowTheirRules) {
+  scratch_dir dir;
+  const std::string path = dir.file("refs.obj");
+  const char* const fields[] = {"",  "1",  "2",  "3",  "4",  "7",   "-1", "-2",   "-4",  "0",
+                                "+2", "-", "+", "x", "1x", "-0", "4294967294", "4294967295", "-2147483648",
+                                "-2147483649", "000000000000000002", "0000000000000000002"};
+  unsigned codes[3] = {};
+  for (unsigned seed = 0; seed < 1200; ++seed) {
+    auto g = rng(seed);
+    const long long vertices = 1 + g() % 5, textures = g() % 3, normals = g() % 3;
+    std::string text;
+    for (long long k = 0; k < vertices; ++k) text += "v " + std::to_string(k) + " 0 0\n";
+    for (long long k = 0; k < textures; ++k) text += "vt 0 0\n";
+    for (long long k = 0; k < normals; ++k) text += "vn 0 0 1\n";
+    const char kind = "flp"[g() % 3];
+    const unsigned least = kind == 'f' ? 3 : kind == 'l' ? 2 : 1;
+    text += kind;
+    int expected = 0;
+    std::vector<unsigned> refs;
+    for (unsigned n = 1 + unsigned(g() % 6); n > 0; --n) {
+      std::string token = fields[g() % (g() % 4 ? 8 : std::size(fields))];
+      for (unsigned slashes = unsigned(g() % 4 ? 0 : 1 + g() % 3); slashes > 0; --slashes)
+        token += std::string("/") + fields[g() % (g() % 2 ? 8 : std::size(fields))];
+      if (token.empty()) token = "1";
+      text += (g() % 2 ? " " : " \t") + token;
+      long long id = 0;
+      if (expected == 0) expected = reference_vertex(token, vertices, textures, normals, least == 3, id);
+      refs.push_back(unsigned(id - 1));
+    }
+    text += g() % 2 ? "\n" : "";
+    if (expected == 0 && refs.size() < least) expected = -3;
+    for (unsigned v : refs)
+      if (expected == 0 && v >= vertices) expected = -5;
+    SCOPED_TRACE(text);
+    ASSERT_TRUE(write_file(path, text));
+    read_obj r;
+    ASSERT_EQ(r.read(path), expected);
+    ++codes[expected == 0 ? 0 : expected == -3 ? 1 : 2];
+    if (expected != 0) continue;
+    // The elements: the face or its fan, the segments, the points.
+    std::vector<std::vector<unsigned>> elements;
+    const unsigned n = unsigned(refs.size());
+    if (least == 3 && n <= 4) elements.push_back(refs);
+    for (unsigned k = 1; least == 3 && n > 4 && k + 1 < n; ++k) elements.push_back({refs[0], refs[k], refs[k + 1]});
+    for (unsigned k = 0; least == 2 && k + 1 < n; ++k) elements.push_back({refs[k], refs[k + 1]});
+    for (unsigned k = 0; least == 1 && k < n; ++k) elements.push_back({refs[k]});
+    ASSERT_EQ(r.connect.cols(), elements.size());
+    for (unsigned j = 0; j < elements.size(); ++j)
+      for (unsigned i = 0; i < r.connect.rows(); ++i)
+        EXPECT_EQ(r.connect(i, j), i < elements[j].size() ? elements[j][i] : NO);
+  }
+  // Every outcome is drawn often.
+  for (unsigned c : codes) EXPECT_GT(c, 100u);
+}
+
+// Valid references of every form over many blocks of the reader's buffer,
+// with lines continued by a backslash: every face reads back.
+TEST(WavefrontOBJInput, ReadsManyFacesAcrossTheBuffer) {
+  scratch_dir dir;
+  const std::string path = dir.file("faces.obj");
+  auto g = rng(5);
+  const unsigned vertices = 1000;
+  std::string text;
+  for (unsigned k = 0; k < vertices; ++k) text += "v " + std::to_string(k) + " 1 2\nvt 0 0\nvn 0 0 1\n";
+  std::vector<unsigned> faces;
+  while (text.size() < 3u << 20) {
+    text += 'f';
+    for (unsigned k = 0; k < 3; ++k) {
+      const unsigned v = unsigned(g() % vertices);
+      faces.push_back(v);
+      std::string token = g() % 2 ? std::to_string(v + 1) : std::to_string(long(v) - long(vertices));
+      const unsigned form = unsigned(g() % 4);
+      if (form == 1) token += "/" + std::to_string(1 + g() % vertices);
+      if (form == 2) token += "//-" + std::to_string(1 + g() % vertices);
+      if (form == 3) token += "/" + std::to_string(1 + g() % vertices) + "/" + std::to_string(1 + g() % vertices);
+      text += (k == 0 || g() % 50 ? " " : g() % 2 ? " \\\n " : "\\\n") + token;
+    }
+    text += g() % 20 ? "\n" : " # a comment\n";
+  }
+  ASSERT_TRUE(write_file(path, text));
+  read_obj r;
+  ASSERT_EQ(r.read(path), 0);
+  ASSERT_EQ(r.connect.cols() * 3, faces.size());
+  std::vector<unsigned> read;
+  for (unsigned j = 0; j < r.connect.cols(); ++j)
+    for (unsigned i = 0; i < 3; ++i) read.push_back(r.connect(i, j));
+  EXPECT_EQ(read, faces);
+}
+
 }  // namespace

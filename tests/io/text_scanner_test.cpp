@@ -176,4 +176,14 @@ TEST(TextScanner, NumbersReadInPlaceAcrossRefills) {
       EXPECT_FALSE(s.next_integer(0, 1, i, true));
     }
   }
+  // Up to 18 digits (leading zeros count); a longer number is refused.
+  for (const char* sign : {"", "-", "+"}) {
+    text_stream in(sign + std::string(17, '0') + "7 " + sign + std::string(18, '0') + "7");
+    text_scanner s(in.get());
+    ASSERT_TRUE(s.init());
+    std::int64_t i;
+    ASSERT_TRUE(s.next_integer(-10, 10, i, false));
+    EXPECT_EQ(i, *sign == '-' ? -7 : 7);
+    EXPECT_FALSE(s.next_integer(-10, 10, i, false));
+  }
 }

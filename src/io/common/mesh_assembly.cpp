@@ -26,25 +26,30 @@ bool mesh_assembly::add_node(unsigned id, const double* x) noexcept {
 
 bool mesh_assembly::add_element(element_type type, const unsigned* node_ids, unsigned count, unsigned element_id,
                                 unsigned id) noexcept {
-  const unsigned first = refs_.size();
+  const unsigned first = refs_.size(), m = ids_.size();
   if (std::uint64_t(first) + count > UINT32_MAX - 1 || !refs_.resize(first + count)) return false;
   unsigned* to = refs_.data() + first;
   for (unsigned k = 0; k < count; ++k) to[k] = node_ids[k];
   assert(count <= 255 && type < 256);
-  if (!elements_.push_back(element{static_cast<unsigned char>(type), static_cast<unsigned char>(count), element_id,
-                                   id})) {
+  const run last = runs_.empty() ? run{} : runs_[runs_.size() - 1];
+  const bool extends = !runs_.empty() && last.type == type && last.count == count;
+  if (!element_ids_.push_back(element_id) || !ids_.push_back(id) ||
+      (!extends && !runs_.push_back(run{static_cast<unsigned char>(type), static_cast<unsigned char>(count), 1}))) {
     refs_.resize(first);
+    element_ids_.resize(m);
+    ids_.resize(m);
     return false;
   }
+  if (extends) ++runs_[runs_.size() - 1].elements;
   return true;
 }
 
 bool mesh_assembly::reserve(unsigned nodes, unsigned elements, unsigned per_element) noexcept {
-  const std::uint64_t n = std::uint64_t(node_ids_.size()) + nodes, m = std::uint64_t(elements_.size()) + elements;
+  const std::uint64_t n = std::uint64_t(node_ids_.size()) + nodes, m = std::uint64_t(ids_.size()) + elements;
   const std::uint64_t r = refs_.size() + std::uint64_t(elements) * per_element;
   if (n * dim_ > UINT32_MAX || m > UINT32_MAX || r > UINT32_MAX) return false;
-  return node_ids_.reserve(unsigned(n)) && coords_.reserve(unsigned(n * dim_)) && elements_.reserve(unsigned(m)) &&
-         refs_.reserve(unsigned(r));
+  return node_ids_.reserve(unsigned(n)) && coords_.reserve(unsigned(n * dim_)) &&
+         element_ids_.reserve(unsigned(m)) && ids_.reserve(unsigned(m)) && refs_.reserve(unsigned(r));
 }
 
 namespace {
@@ -99,7 +104,7 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
   empty_read_outputs(pos, connect, ranges, types, ids, node_ids, element_ids);
 
   // Nodes in ascending id order; equal neighbours are a repeated id.
-  const unsigned n = node_ids_.size(), m = elements_.size();
+  const unsigned n = node_ids_.size(), m = ids_.size();
   dense1D<std::uint64_t, 8> sorted;
   if (!sorted.resize(n)) return fail(outcome::out_of_memory);
   for (unsigned i = 0; i < n; ++i) sorted[i] = std::uint64_t(node_ids_[i]) << 32 | i;
@@ -110,15 +115,15 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
   id_lookup lookup;
   if (!lookup.init(sorted)) return fail(outcome::out_of_memory);
 
+  const unsigned nruns = runs_.size();
   unsigned rows = 0, blocks = 0;
-  for (unsigned e = 0; e < m; ++e) {
-    rows = std::max(rows, unsigned(elements_[e].count));
-    if (e == 0 || elements_[e].type != elements_[e - 1].type) ++blocks;
+  for (unsigned r = 0; r < nruns; ++r) {
+    rows = std::max(rows, unsigned(runs_[r].count));
+    if (r == 0 || runs_[r].type != runs_[r - 1].type) ++blocks;
   }
   bool uniform = m > 0 && rows > 0;  // every element has `rows` nodes
-  for (unsigned e = 0; e < m && uniform; ++e) uniform = elements_[e].count == rows;
-  if (!ranges.resize(blocks + 1) || !types.resize(blocks) || !ids.resize(m) || (node_ids && !node_ids->resize(n)) ||
-      (element_ids && !element_ids->resize(m)))
+  for (unsigned r = 0; r < nruns && uniform; ++r) uniform = runs_[r].count == rows;
+  if (!ranges.resize(blocks + 1) || !types.resize(blocks) || (node_ids && !node_ids->resize(n)))
     return fail(outcome::out_of_memory);
 
   // Nodes added in id order are already the coordinate matrix.
@@ -144,24 +149,26 @@ mesh_assembly::outcome mesh_assembly::finish(dense2D<double>& pos, dense2D<unsig
     if (!connect.resize(rows, m, NO_INDEX)) return fail(outcome::out_of_memory);
     c = connect.data();
   }
-  unsigned b = 0, first = 0;
-  for (unsigned e = 0; e < m; ++e) {
-    const element& el = elements_[e];
-    if (e == 0 || el.type != elements_[e - 1].type) {
+  unsigned b = 0, first = 0, e = 0;
+  for (unsigned r = 0; r < nruns; ++r) {
+    const run& run = runs_[r];
+    if (r == 0 || run.type != runs_[r - 1].type) {
       ranges[b] = e;
-      types[b++] = el.type;
+      types[b++] = run.type;
     }
-    for (unsigned k = 0; k < el.count; ++k) {
-      const unsigned at = lookup.position(refs_[first + k]);
-      if (at == NO_INDEX) return fail(outcome::missing_node);
-      c[std::size_t(e) * rows + k] = at;
+    for (const unsigned end = e + run.elements; e < end; ++e) {
+      for (unsigned k = 0; k < run.count; ++k) {
+        const unsigned at = lookup.position(refs_[first + k]);
+        if (at == NO_INDEX) return fail(outcome::missing_node);
+        c[std::size_t(e) * rows + k] = at;
+      }
+      first += run.count;
     }
-    first += el.count;
-    ids[e] = el.id;
-    if (element_ids) (*element_ids)[e] = el.element_id;
   }
   if (uniform) connect = as_matrix(refs_, rows, m);
   ranges[blocks] = m;
+  ids = ids_;
+  if (element_ids) *element_ids = element_ids_;
   *this = mesh_assembly(dim_);
   return outcome::complete;
 }

@@ -55,32 +55,33 @@ class mesh_assembly {
   bool reserve(unsigned nodes, unsigned elements, unsigned per_element) noexcept;
 
   unsigned node_count() const noexcept { return node_ids_.size(); }
-  unsigned element_count() const noexcept { return elements_.size(); }
+  unsigned element_count() const noexcept { return ids_.size(); }
 
   // Fills the outputs (emptied first; node_ids and element_ids may be null
   // when not wanted).  On any outcome but complete every output is empty.
   // The assembly is empty afterwards, whatever the outcome: its storage
   // becomes the outputs where it can (the coordinates when the nodes came
-  // in id order, the node ids when the elements all have one node count).
+  // in id order, the node ids when the elements all have one node count,
+  // the ids and element ids always).
   outcome finish(dense2D<double>& pos, dense2D<unsigned>& connect, dense1D<unsigned, 8>& ranges,
                  dense1D<int, 8>& types, dense1D<unsigned, 8>& ids, dense1D<unsigned, 8>* node_ids,
                  dense1D<unsigned, 8>* element_ids) noexcept;
 
  private:
-  // An element; its node ids follow those of the elements before it in
-  // refs_.
-  struct element {
+  // Consecutive elements of one type and node count.
+  struct run {
     unsigned char type;
     unsigned char count;
-    unsigned element_id;
-    unsigned id;
+    unsigned elements;
   };
 
   unsigned dim_;
   dense1D<unsigned, 8> node_ids_;
   dense1D<double, 8> coords_;  // dim_ per node, in the order added
   dense1D<unsigned, 8> refs_;  // node ids of all elements, one after the other
-  dense1D<element, 8> elements_;
+  dense1D<run, 8> runs_;       // the elements in order
+  // Per element, kept apart so that finish() hands them over as they are.
+  dense1D<unsigned, 8> element_ids_, ids_;
 };
 
 // The entry step of a reader that returns the mesh shape above: every

@@ -45,6 +45,7 @@ class text_scanner {
   static constexpr unsigned TOKEN_MAX = 1u << 15;
   static constexpr unsigned LINE_LIMIT = 1u << 12;
   static constexpr unsigned PADDING = 8;
+  static constexpr unsigned SHORT = 64;
 
   // The characters of a token, [first, last), inside the buffer.
   struct token {
@@ -133,6 +134,25 @@ class text_scanner {
 
   bool too_long() const noexcept { return too_long_; }
 
+  // In-place reading of a token the caller parses itself, in one pass:
+  // ahead() gives the characters from the current position (at least
+  // SHORT of them unless the stream ends first, then the NUL after the
+  // last character read, which stops any parse); when the parse stops at
+  // p and ends_at(p), the token is [ahead(), p) and move_to(p) takes it.
+  // Otherwise take() gives the token (reading more of the stream if need
+  // be) for the caller's slower path.
+  const char* ahead() noexcept {
+    if (tail_ - head_ < SHORT && !end_) fill();
+    return buffer_.data() + head_;
+  }
+  // Whether a token that stops at p ends there: white space, or the end of
+  // the stream.
+  bool ends_at(const char* p) const noexcept {
+    const char* tail = buffer_.data() + tail_;
+    return p < tail ? is_c_space(*p) : end_;
+  }
+  void move_to(const char* p) noexcept { head_ = unsigned(p - buffer_.data()); }
+
   // ---- Lines ----
 
   // The next line, [first, last) with *last == '\0'; false when the stream
@@ -169,19 +189,6 @@ class text_scanner {
   // stream ends, and zeros what follows the characters read.
   void read_from(unsigned at) noexcept;
   bool take_slow(token& t) noexcept;
-  // Loads more when fewer than SHORT characters are left; the start of the
-  // characters from head_ on.
-  static constexpr unsigned SHORT = 64;
-  const char* short_ahead() noexcept {
-    if (tail_ - head_ < SHORT && !end_) fill();
-    return buffer_.data() + head_;
-  }
-  // Whether a token that stops at p ends there: white space, or the end of
-  // the stream.
-  bool ends_at(const char* p) const noexcept {
-    const char* tail = buffer_.data() + tail_;
-    return p < tail ? is_c_space(*p) : end_;
-  }
   // The line [from, end): drops a '\r' before end and puts the NUL.
   bool cut(char* from, char* end, char*& first, char*& last) noexcept {
     if (end > from && end[-1] == '\r') --end;
@@ -233,7 +240,7 @@ inline bool token_double(const text_scanner::token& t, double& value) noexcept {
 
 inline bool text_scanner::next_double(double& value, bool comments) noexcept {
   if (skip_space(comments) < 0) return false;
-  const char* p = short_ahead();
+  const char* p = ahead();
   const char* end = parse_double(p, value);
   // A number read in place is a token like any other: no longer than
   // TOKEN_MAX, wherever it falls in the buffer.
@@ -248,15 +255,18 @@ inline bool text_scanner::next_double(double& value, bool comments) noexcept {
 inline bool text_scanner::next_integer(std::int64_t low, std::int64_t high, std::int64_t& value,
                                        bool comments) noexcept {
   if (skip_space(comments) < 0) return false;
-  const char* first = short_ahead();
+  const char* first = ahead();
   const char* p = first;
-  const char* tail = buffer_.data() + tail_;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') ++p;
   const char* digits = p;
-  std::int64_t v = 0;
-  for (unsigned d; p < tail && (d = unsigned(*p - '0')) <= 9 && p - digits < 18; ++p) v = v * 10 + d;
-  if (p > digits && ends_at(p)) {
+  // The NUL after the characters read stops the digits; v is exact up to
+  // 18 of them, and longer numbers go through the token (which refuses
+  // them).
+  std::uint64_t u = 0;
+  for (unsigned d; (d = unsigned(*p - '0')) <= 9; ++p) u = u * 10 + d;
+  if (p > digits && p - digits <= 18 && ends_at(p)) {
+    std::int64_t v = std::int64_t(u);
     if (negative) v = -v;
     if (v < low || v > high) return false;
     head_ = unsigned(p - buffer_.data());

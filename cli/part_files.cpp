@@ -68,6 +68,36 @@ ranks mpi_ranks() {
   return r;
 }
 
+bool all_ranks_ok(bool ok) {
+#if PLEXA_CLI_MPI
+  if (mpi_ranks().size > 1) {
+    int all = ok ? 1 : 0;
+    MPI_Allreduce(MPI_IN_PLACE, &all, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
+    return all == 1;
+  }
+#endif
+  return ok;
+}
+
+#if PLEXA_CLI_MPI
+namespace {
+
+void reduce_in_place(void* values, int count, MPI_Datatype type, MPI_Op op) {
+  if (mpi_ranks().size > 1) MPI_Allreduce(MPI_IN_PLACE, values, count, type, op, MPI_COMM_WORLD);
+}
+
+}  // namespace
+
+void sum_over_ranks(unsigned* values, int count) { reduce_in_place(values, count, MPI_UNSIGNED, MPI_SUM); }
+void min_over_ranks(double* values, int count) { reduce_in_place(values, count, MPI_DOUBLE, MPI_MIN); }
+void max_over_ranks(double* values, int count) { reduce_in_place(values, count, MPI_DOUBLE, MPI_MAX); }
+#else
+// One rank: the values are their own reductions.
+void sum_over_ranks(unsigned*, int) {}
+void min_over_ranks(double*, int) {}
+void max_over_ranks(double*, int) {}
+#endif
+
 int grade_sizes_across_parts(const mesh& part, const zeb::dense1D<unsigned, 8>& global_ids, double g,
                              zeb::dense1D<double, 8>& sizes) {
   zeb::dense2D<unsigned> connect;

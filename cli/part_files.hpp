@@ -33,6 +33,16 @@ struct ranks {
 };
 ranks mpi_ranks();
 
+// Whether `ok` holds on every rank: a collective step, which every rank
+// reaches on its success and on its failure alike, so that a failing rank
+// never leaves the others waiting in a later one.  `ok` on one rank.
+bool all_ranks_ok(bool ok);
+
+// Sums, minima and maxima over the ranks, in place (collective steps).
+void sum_over_ranks(unsigned* values, int count);
+void min_over_ranks(double* values, int count);
+void max_over_ranks(double* values, int count);
+
 // Bounds the gradation of the isotropic sizes of this rank's part, across
 // the parts of all ranks (mode -1: sizes only shrink): the parallel
 // bound_metric_gradations over the part's element blocks of highest

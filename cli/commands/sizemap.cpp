@@ -24,6 +24,7 @@
 #include "mesh_summary.hpp"
 #include "mesh_topology.hpp"
 #include "options.hpp"
+#include "part_files.hpp"
 #include "progress.hpp"
 
 namespace plexa_cli {
@@ -99,12 +100,11 @@ struct step_failure {
   int code;
 };
 
-// Bounds the field, limits its gradation or variation and measures it:
-// the same steps on sizes and on metrics.
+// Bounds the field and measures its gradation before it is limited; keeps
+// the field as it was first, to count the nodes changed.
 template <class Field>
-bool shape_field(const mesh& m, const mesh_cells& c, const sizemap_settings& s, const zeb::dense1D<unsigned, 8>& frozen,
-                 Field& field, progress& shown, sizemap_report& r, step_failure& failed) {
-  Field original;
+bool bound_field(const mesh& m, const mesh_cells& c, const sizemap_settings& s, Field& field, Field& original,
+                 sizemap_report& r, step_failure& failed) {
   if (!original.copy(field)) {
     failed = {nullptr, -199};
     return false;
@@ -121,29 +121,56 @@ bool shape_field(const mesh& m, const mesh_cells& c, const sizemap_settings& s, 
     return false;
   }
   r.shock_before = largest(shock);
+  return true;
+}
+
+// The gradation after it was limited, and the nodes changed.
+template <class Field>
+bool measure_field(const mesh& m, const mesh_cells& c, const Field& original, const Field& field, sizemap_report& r,
+                   step_failure& failed) {
+  zeb::dense1D<double, 8> shock;
+  if (const int code = H_shock(m.coords, c.edges, field, shock); code != 0) {
+    failed = {"H_shock(pos, edges, M, S)", code};
+    return false;
+  }
+  r.shock_after = largest(shock);
+  r.changed = differences(original, field);
+  return true;
+}
+
+// Bounds the field, limits its gradation or variation and measures it:
+// the same steps on sizes and on metrics.
+template <class Field>
+bool shape_field(const mesh& m, const mesh_cells& c, const sizemap_settings& s, const zeb::dense1D<unsigned, 8>& frozen,
+                 Field& field, progress& shown, sizemap_report& r, step_failure& failed) {
+  Field original;
+  if (!bound_field(m, c, s, field, original, r, failed)) return false;
   shown.step(s.variation ? "bounding the variation" : "bounding the gradation");
-  code = s.variation ? bound_metric_variations(m.coords, c.cells, c.type, frozen, true, shrink_only, s.limit, field)
-                     : bound_metric_gradations(m.coords, c.cells, c.type, frozen, true, shrink_only, s.limit, field);
+  const int code = s.variation
+                       ? bound_metric_variations(m.coords, c.cells, c.type, frozen, true, shrink_only, s.limit, field)
+                       : bound_metric_gradations(m.coords, c.cells, c.type, frozen, true, shrink_only, s.limit, field);
   if (code < 0) {
     failed = {s.variation ? "bound_metric_variations(pos, connect, type, nodes, frozen, mode, g, M)"
                           : "bound_metric_gradations(pos, connect, type, nodes, frozen, mode, g, M)",
               code};
     return false;
   }
-  shock = zeb::dense1D<double, 8>();
-  if ((code = H_shock(m.coords, c.edges, field, shock)) != 0) {
-    failed = {"H_shock(pos, edges, M, S)", code};
-    return false;
-  }
-  r.shock_after = largest(shock);
-  r.changed = differences(original, field);
+  if (!measure_field(m, c, original, field, r, failed)) return false;
   shown.step("measuring the edges");
-  code = edge_qualities(m.coords, c.cells, c.type, field, r.lengths, zeb::dense2D<unsigned>());
-  if (code < 0) {
+  if (const int code = edge_qualities(m.coords, c.cells, c.type, field, r.lengths, zeb::dense2D<unsigned>());
+      code < 0) {
     failed = {"edge_qualities(pos, connectivity, type, sizes, histogram, excluded)", code};
     return false;
   }
   return true;
+}
+
+// Reports a failed step; EXIT_FAILURE_STATUS.
+int step_failed(const invocation& call, const step_failure& failed) {
+  if (!failed.signature) return failure(call, "out of memory");
+  char reason[160];
+  result_message(failed.signature, failed.code, reason, sizeof reason);
+  return failure(call, "cannot make the size field: %s", reason);
 }
 
 void write_text(std::FILE* out, const mesh_input& in, const mesh& m, const sizemap_settings& s,
@@ -233,6 +260,20 @@ int read_settings(const invocation& call, const parsed_arguments& args, sizemap_
   return EXIT_OK;
 }
 
+// The cells and edges of a mesh read; EXIT_OK or a failure reported.
+int find_cells(const invocation& call, const char* name, const mesh& m, mesh_cells& c) {
+  if (m.coords.rows() != 2 && m.coords.rows() != 3)
+    return failure(call, "cannot size '%s': its nodes are neither 2-D nor 3-D", name);
+  for (unsigned k = 0; k < m.block_count(); ++k)
+    if (!check_IDs(m.blocks[k], element_type(m.types[k]), m.coords.cols()))
+      return failure(call, "cannot size '%s': block %u names missing nodes (see 'plexa check')", name, k);
+  const unsigned dim = top_dimension(m);
+  if (dim == 0) return failure(call, "cannot size '%s': it has no edges", name);
+  if (!join_vertices(m, dim, c.cells, c.type) || copy_edges(c.cells, c.type, c.edges) < 0)
+    return failure(call, "out of memory");
+  return EXIT_OK;
+}
+
 // Reads or generates the field: sizes H, or metrics M when the file holds
 // them.
 int make_field(const invocation& call, const mesh& m, const mesh_cells& c, const sizemap_settings& s,
@@ -273,6 +314,76 @@ int make_field(const invocation& call, const mesh& m, const mesh_cells& c, const
                  dim);
 }
 
+#if PLEXA_CLI_MPI
+// One part per rank (`plexa partition` files): rank k sizes PREFIX.<k>.mesh
+// as the serial command sizes a mesh, the gradation bounded across the
+// parts, and writes FIELD.<k>.sol; rank 0 prints the figures of all parts.
+int sizemap_parts(const invocation& call, const parsed_arguments& args, const sizemap_settings& s, ranks world) {
+  if (s.variation || s.freeze_boundary || s.metric || args.has(JSON))
+    return usage_error(call, "on part files (under mpirun) only the gradation of generated sizes is bounded: "
+                             "no '--variation', '--freeze-boundary', '--metric' or '--json'");
+  if (args.positionals.empty()) return usage_error(call, "missing the prefix of the part files");
+  const char* prefix = args.positionals[0];
+  const char* output = args.value(OUTPUT);
+  const std::string in_path = part_path(prefix, unsigned(world.rank), ".mesh");
+  const std::string out_path = part_path(output, unsigned(world.rank), ".sol");
+
+  mesh m;
+  zeb::dense1D<unsigned, 8> ids;
+  mesh_cells c;
+  sizemap_report r;
+  zeb::dense1D<double, 8> H, original;
+  zeb::dense2D<double> unused;
+  step_failure failed{nullptr, 0};
+  int status = read_part(call, in_path.c_str(), m, ids);
+  if (status == EXIT_OK) status = find_cells(call, in_path.c_str(), m, c);
+  if (status == EXIT_OK) status = make_field(call, m, c, s, H, unused, r);
+  if (status == EXIT_OK && !bound_field(m, c, s, H, original, r, failed)) status = step_failed(call, failed);
+  if (!all_ranks_ok(status == EXIT_OK))
+    return status != EXIT_OK ? status : failure(call, "stopped: another rank failed (see its message)");
+  // Collective: every rank gets the same result.
+  if (const int code = grade_sizes_across_parts(m, ids, s.limit, H); code < 0)
+    return step_failed(call, {"bound_metric_gradations(comm, pos, connect, type, ids, frozen, mode, g, M)", code});
+  if (!measure_field(m, c, original, H, r, failed)) status = step_failed(call, failed);
+  field result;
+  result.dim = m.coords.rows();
+  if (status == EXIT_OK && !result.values.resize(1, H.size())) status = failure(call, "out of memory");
+  if (status == EXIT_OK) {
+    for (unsigned v = 0; v < H.size(); ++v) result.values(0, v) = H[v];
+    status = write_field_file(call, *field_format_of(out_path.c_str()), out_path.c_str(), result);
+  }
+  if (!all_ranks_ok(status == EXIT_OK))
+    return status != EXIT_OK ? status : failure(call, "stopped: another rank failed (see its message)");
+
+  // Nodes by their global ids (a node shared by parts is one node); the
+  // other counts are summed over the parts, a shared node counted in each.
+  unsigned top_id = 0;
+  for (unsigned v = 0; v < ids.size(); ++v)
+    if (ids[v] > top_id) top_id = ids[v];
+  double highest[] = {double(top_id), r.high, r.shock_before, r.shock_after}, lowest = r.low > 0 ? r.low : no_bound;
+  unsigned counts[] = {m.element_count(), r.bounded, r.changed};
+  max_over_ranks(highest, 4);
+  min_over_ranks(&lowest, 1);
+  sum_over_ranks(counts, 3);
+  if (world.rank != 0) return EXIT_OK;
+  std::fprintf(call.out, "%s: %d parts, %u nodes, %u elements\n", prefix, world.size, unsigned(highest[0]) + 1,
+               counts[0]);
+  std::fprintf(call.out, "size field: power mean (exponent %s) of the edge lengths at each node, %s to %s\n",
+               format_number(s.exponent).text, format_number(lowest == no_bound ? 0 : lowest, 6).text,
+               format_number(highest[1], 6).text);
+  if (s.hmin > 0 || s.hmax != no_bound)
+    std::fprintf(call.out, "bounded to [%s, %s]: %u nodes\n", format_number(s.hmin).text,
+                 s.hmax == no_bound ? "inf" : format_number(s.hmax).text, counts[1]);
+  std::fprintf(call.out,
+               "largest gradation (H_shock): %s before, %s after bounding the gradation to %s across the parts "
+               "(sizes only shrink)\n",
+               format_number(highest[2], 6).text, format_number(highest[3], 6).text, format_number(s.limit).text);
+  std::fprintf(call.out, "nodes changed: %u (a shared node counted in each of its parts)\n", counts[2]);
+  std::fprintf(call.out, "wrote %s.<k>.sol (MEDIT solution) for the parts k = 0 to %d\n", output, world.size - 1);
+  return EXIT_OK;
+}
+#endif
+
 int sizemap_main(const invocation& call) {
   parsed_arguments args;
   if (const int status = parse_arguments(call, options, 9, 1, args)) return status;
@@ -280,6 +391,9 @@ int sizemap_main(const invocation& call) {
   if (const int status = read_settings(call, args, s)) return status;
   const char* output = args.value(OUTPUT);
   if (!output) return usage_error(call, "missing output file ('-o <file>')");
+#if PLEXA_CLI_MPI
+  if (const ranks world = mpi_ranks(); world.size > 1) return sizemap_parts(call, args, s, world);
+#endif
   const field_format* out_format = field_format_of(output);
   if (!out_format)
     return usage_error(call, "unknown solution format of '%s' (known: %s)", output, field_extensions().c_str());
@@ -293,16 +407,8 @@ int sizemap_main(const invocation& call) {
   shown.step("reading");
   mesh m;
   if (const int status = read_mesh_input(call, in, m)) return status;
-  if (m.coords.rows() != 2 && m.coords.rows() != 3)
-    return failure(call, "cannot size '%s': its nodes are neither 2-D nor 3-D", in.name());
-  for (unsigned k = 0; k < m.block_count(); ++k)
-    if (!check_IDs(m.blocks[k], element_type(m.types[k]), m.coords.cols()))
-      return failure(call, "cannot size '%s': block %u names missing nodes (see 'plexa check')", in.name(), k);
   mesh_cells c;
-  const unsigned dim = top_dimension(m);
-  if (dim == 0) return failure(call, "cannot size '%s': it has no edges", in.name());
-  if (!join_vertices(m, dim, c.cells, c.type) || copy_edges(c.cells, c.type, c.edges) < 0)
-    return failure(call, "out of memory");
+  if (const int status = find_cells(call, in.name(), m, c)) return status;
 
   sizemap_report r;
   zeb::dense1D<double, 8> H;
@@ -317,10 +423,7 @@ int sizemap_main(const invocation& call) {
   step_failure failed{nullptr, 0};
   if (!(r.anisotropic ? shape_field(m, c, s, frozen, M, shown, r, failed)
                       : shape_field(m, c, s, frozen, H, shown, r, failed))) {
-    if (!failed.signature) return failure(call, "out of memory");
-    char reason[160];
-    result_message(failed.signature, failed.code, reason, sizeof reason);
-    return failure(call, "cannot make the size field: %s", reason);
+    return step_failed(call, failed);
   }
 
   field result;
@@ -371,8 +474,22 @@ extern const command sizemap_command = {
     "nodes whose value changed in steps 2 and 3, and the histogram of the\n"
     "edge lengths measured in the new field (1: an edge of the size asked).\n"
     "\n"
+    "Under mpirun on k ranks (k above 1), the mesh argument is the prefix of the\n"
+    "part files of 'plexa partition' (PREFIX.<rank>.mesh, vertex references\n"
+    "the global node ids): rank r makes the sizes of steps 1 and 2 on part r\n"
+    "and step 3 bounds the gradation across the parts; each rank writes\n"
+    "<field>.<rank>.sol, beside its part when <field> is PREFIX, where\n"
+    "'plexa merge-parts --field' finds it.  Rank 0 prints the figures of all\n"
+    "parts (no histogram): nodes by global id, elements and changed nodes\n"
+    "summed over the parts, sizes and gradations their extremes.  Step 1 sees\n"
+    "only the edges of each part, so a node on a border between parts gets\n"
+    "one size per part; their smallest is kept by step 3.  Only the gradation\n"
+    "of generated sizes is bounded there: no --variation, --freeze-boundary,\n"
+    "--metric or --json.\n"
+    "\n"
     "Options:\n"
-    "  -o, --output <file>  the field file to write (.sol or .bb)\n"
+    "  -o, --output <file>  the field file to write (.sol or .bb); under mpirun\n"
+    "                       the prefix of the part fields\n"
     "  --exponent <p>       the exponent of the mean (0 or more; default 1)\n"
     "  --hmin <h>, --hmax <h>  the smallest and the largest size (default: no\n"
     "                       bound)\n"

@@ -19,3 +19,11 @@ foreach(ranks 1 2 4)
   set_tests_properties(mpi.ranks${ranks} PROPERTIES TIMEOUT 300 PROCESSORS ${ranks}
     ENVIRONMENT "OMPI_ALLOW_RUN_AS_ROOT=1;OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1;OMPI_MCA_rmaps_base_oversubscribe=1;ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0")
 endforeach()
+# The tool on part files under mpirun.
+if(TARGET plexa AND EXISTS /usr/bin/python3)
+  add_test(NAME mpi.cli_sizemap_parts
+           COMMAND /usr/bin/python3 ${CMAKE_CURRENT_LIST_DIR}/sizemap_parts_check.py $<TARGET_FILE:plexa>
+                   ${PLEXA_MPIEXEC} ${CMAKE_CURRENT_BINARY_DIR}/sizemap_parts)
+  set_tests_properties(mpi.cli_sizemap_parts PROPERTIES TIMEOUT 300 PROCESSORS 3
+    ENVIRONMENT "OMPI_ALLOW_RUN_AS_ROOT=1;OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1;OMPI_MCA_rmaps_base_oversubscribe=1;ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0")
+endif()

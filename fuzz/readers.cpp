@@ -152,11 +152,8 @@ std::string check_medit(const read_outcome& o) {
 }
 
 // Any reader of the shared mesh shape: 2 or 3 coordinates, blocks of
-// simple types as read.  The check of the rows of NASTRAN_input and
-// FEMAP_input, whose readers are one row each:
-//   {"nastran", ".nas", read_mesh_with_ids<NASTRAN_input>, check_mesh, {-2, -3, -4, -5}},
-// with the codes their headers give for arbitrary bytes.
-[[maybe_unused]] std::string check_mesh(const read_outcome& o) {
+// simple types as read (NASTRAN and FEMAP).
+std::string check_mesh(const read_outcome& o) {
   if (o.pos.rows() != 2 && o.pos.rows() != 3 && !o.pos.empty()) return text("coordinates of dimension ", o.pos.rows());
   return blocks_as_read(o, {ELT_NODE, ELT_EDGE2, ELT_EDGE3, ELT_TRIA3, ELT_QUAD4, ELT_TRIA6, ELT_QUAD8, ELT_QUAD9,
                             ELT_TETRA4, ELT_TETRA10, ELT_PYRA5, ELT_PYRA13, ELT_PYRA14, ELT_WEDGE6, ELT_WEDGE15,
@@ -277,6 +274,10 @@ const std::vector<reader_entry>& readers() {
       {"medit", ".mesh", read_mesh<medit_input>, check_medit, {-2, -3, -4, -5}},
       {"medit_solution", ".sol", read_medit_solution, check_medit_solution, {-2, -3, -4}, false},
       {"obj", ".obj", read_obj, check_obj, {-3, -4, -5}},
+      // The codes their headers give for arbitrary bytes; ".bdf" and ".neu"
+      // are the extensions of the sample files in tests/data.
+      {"nastran", ".bdf", read_mesh_with_ids<NASTRAN_input>, check_mesh, {-2, -3, -4, -5}},
+      {"femap", ".neu", read_mesh_with_ids<FEMAP_input>, check_mesh, {-2, -3, -4, -5}},
   };
   return table;
 }

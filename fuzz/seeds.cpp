@@ -177,10 +177,11 @@ void obj_seeds(const fs::path& dir) {
   }
 }
 
-// Meshes of every kind NASTRAN_output writes (the seeds of a NASTRAN
-// reader's target, once its row is in the reader table).
-void nastran_seeds(const fs::path& dir) {
-  std::mt19937_64 g(6);
+// Meshes of every kind NASTRAN_output and FEMAP_output write, linear and
+// quadratic, 3-D and 2-D.
+template <class Writer>
+void finite_element_seeds(const fs::path& dir, unsigned seed, const char* extension, Writer write) {
+  std::mt19937_64 g(seed);
   const block_mesh meshes[] = {
       blocks_of(3, {ELT_EDGE2, ELT_TRIA3, ELT_QUAD4, ELT_TETRA4, ELT_PYRA5, ELT_WEDGE6, ELT_HEXA8}, g),
       blocks_of(3, {ELT_EDGE3, ELT_TRIA6, ELT_QUAD8, ELT_TETRA10, ELT_PYRA13, ELT_WEDGE15, ELT_HEXA20}, g),
@@ -188,9 +189,20 @@ void nastran_seeds(const fs::path& dir) {
   };
   unsigned k = 0;
   for (const block_mesh& m : meshes) {
-    const fs::path path = dir / ("written" + std::to_string(k++) + ".nas");
-    report_failure(NASTRAN_output(path.c_str(), m.pos, m.connect, m.ranges, m.types, m.refs), path);
+    const fs::path path = dir / ("written" + std::to_string(k++) + extension);
+    report_failure(write(path.c_str(), m), path);
   }
+}
+
+void nastran_seeds(const fs::path& dir) {
+  finite_element_seeds(dir, 6, ".nas", [](const char* path, const block_mesh& m) {
+    return NASTRAN_output(path, m.pos, m.connect, m.ranges, m.types, m.refs);
+  });
+}
+void femap_seeds(const fs::path& dir) {
+  finite_element_seeds(dir, 7, ".neu", [](const char* path, const block_mesh& m) {
+    return FEMAP_output(path, m.pos, m.connect, m.ranges, m.types, m.refs);
+  });
 }
 
 // Inputs of the round-trip target: random bytes.
@@ -223,7 +235,8 @@ int main(int argc, char** argv) {
   // round-trip target reads no file).
   const std::map<std::string, void (*)(const fs::path&)> written = {
       {"roundtrip", roundtrip_seeds}, {"stl", stl_seeds},   {"medit", medit_seeds},
-      {"medit_solution", medit_solution_seeds}, {"obj", obj_seeds}, {"nastran", nastran_seeds}};
+      {"medit_solution", medit_solution_seeds}, {"obj", obj_seeds}, {"nastran", nastran_seeds},
+      {"femap", femap_seeds}};
   std::map<std::string, std::string> extensions = {{"roundtrip", ""}};
   for (const plexa_fuzz::reader_entry& r : plexa_fuzz::readers()) extensions[r.name] = r.extension;
   for (const auto& [name, extension] : extensions) {

@@ -26,10 +26,6 @@ int read(const std::string& path, read_mesh& r) {
   return FEMAP_input(path.c_str(), r.pos, r.connect, r.ranges, r.types, r.ids, r.node_ids, r.element_ids);
 }
 
-int read_text(const std::string& text, read_mesh& r) {
-  return plexa_test::read_text(static_cast<stream_reader>(FEMAP_input), text, r);
-}
-
 int code_of(const std::string& text) { return plexa_test::code_of(static_cast<stream_reader>(FEMAP_input), text); }
 
 const std::string header = "   -1\n   100\nZEB Plexa(R) FEMAP exporter\n4.41,\n   -1\n";

@@ -258,7 +258,7 @@ TEST(MeditInput, DamagedFilesGiveTheirCodesAndLeaveNothing) {
     read_mesh r;
     const int code = r.read(path);
     EXPECT_TRUE(code == 0 || (code <= -2 && code >= -5)) << code << " for " << bytes;
-    if (code != 0) EXPECT_TRUE(r.empty());
+    if (code != 0) { EXPECT_TRUE(r.empty()); }
   }
 
   // Arguments: refs and ranges as one object; no file; no stream.
@@ -337,9 +337,9 @@ TEST(MeditSolutionInput, ReadsBothLayoutsBack) {
     const dense2D<double> values = random_coordinates(g, rows, nodes, -1e5, 1e5);
     std::vector<double> expected = to_vector(values);
     for (double& x : expected) x = printed(x);
-    if (rows == 1) ASSERT_EQ(medit_scalar(bb.c_str(), dim, values.as_vector()), 0);
-    if (rows == 2) ASSERT_EQ(medit_vector(bb.c_str(), dim, values), 0);
-    if (rows >= 3) ASSERT_EQ(medit_tensor(bb.c_str(), values), 0);
+    if (rows == 1) { ASSERT_EQ(medit_scalar(bb.c_str(), dim, values.as_vector()), 0); }
+    if (rows == 2) { ASSERT_EQ(medit_vector(bb.c_str(), dim, values), 0); }
+    if (rows >= 3) { ASSERT_EQ(medit_tensor(bb.c_str(), values), 0); }
     ASSERT_EQ(medit_solution_output(sol.c_str(), dim, values), 0);
     for (const std::string& file : {bb, sol}) {
       unsigned d = 99;
@@ -412,7 +412,7 @@ TEST(MeditSolutionInput, DamagedFilesGiveTheirCodes) {
       dense2D<double> values;
       const int code = medit_solution_input(damaged.c_str(), d, values);
       EXPECT_TRUE(code == 0 || (code <= -2 && code >= -4)) << code;
-      if (code != 0) EXPECT_TRUE(values.empty());
+      if (code != 0) { EXPECT_TRUE(values.empty()); }
     }
     unsigned d;
     dense2D<double> values;

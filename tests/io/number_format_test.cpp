@@ -316,7 +316,7 @@ TEST(NumberFormat, RealsWithChosenDigits) {
       // Either the shortest text fits, or as many digits as the field holds:
       // relative error below 10^-(digits - 1), digits >= width - 7.
       const double back = std::strtod(fitted.c_str(), nullptr);
-      if (back != v) ASSERT_LT(std::fabs(back - v), std::fabs(v) * std::pow(10.0, -double(width) + 8.5)) << fitted;
+      if (back != v) { ASSERT_LT(std::fabs(back - v), std::fabs(v) * std::pow(10.0, -double(width) + 8.5)) << fitted; }
     }
   }
   EXPECT_EQ(std::string(mine, format_real(0.1, -1, 'E', 0, mine)), "0.1");

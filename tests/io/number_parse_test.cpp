@@ -133,7 +133,7 @@ TEST(NumberParse, LeadingDigitsOfAWord) {
     for (; n < 8 && text[n] >= '0' && text[n] <= '9'; ++n) want = want * 10 + std::uint32_t(text[n] - '0');
     std::uint32_t got = 0;
     ASSERT_EQ(leading_digits(text, got), n) << std::string(text, 8);
-    if (n > 0) ASSERT_EQ(got, want) << std::string(text, 8);
+    if (n > 0) { ASSERT_EQ(got, want) << std::string(text, 8); }
   }
 }
 

@@ -226,7 +226,7 @@ TEST(WavefrontOBJInput, DamagedFilesGiveTheirCodesAndLeaveNothing) {
     read_obj r;
     r.groups = ids({3});
     EXPECT_EQ(r.read(path), c.code);
-    if (c.code != 0) EXPECT_TRUE(r.empty());
+    if (c.code != 0) { EXPECT_TRUE(r.empty()); }
   }
 
   const std::string good = read_file(data_file("index_forms.obj"));
@@ -235,7 +235,7 @@ TEST(WavefrontOBJInput, DamagedFilesGiveTheirCodesAndLeaveNothing) {
     read_obj r;
     const int code = r.read(path);
     EXPECT_TRUE(code == 0 || (code <= -3 && code >= -5)) << code << " for " << bytes;
-    if (code != 0) EXPECT_TRUE(r.empty());
+    if (code != 0) { EXPECT_TRUE(r.empty()); }
   }
 
   read_obj r;

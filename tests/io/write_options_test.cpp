@@ -51,9 +51,9 @@ TEST(WriteOptions, ShortestDigitsReadBackExactly) {
   unsigned dim;
   for (int file = 0; file < 3; ++file) {
     SCOPED_TRACE(file);
-    if (file == 0) ASSERT_EQ(medit_input(mesh.c_str(), back, connect, back_ranges, back_types, refs), 0);
-    if (file == 1) ASSERT_EQ(WavefrontOBJ_input(obj.c_str(), back, connect, back_ranges, back_types, refs), 0);
-    if (file == 2) ASSERT_EQ(medit_solution_input(sol.c_str(), dim, back), 0);
+    if (file == 0) { ASSERT_EQ(medit_input(mesh.c_str(), back, connect, back_ranges, back_types, refs), 0); }
+    if (file == 1) { ASSERT_EQ(WavefrontOBJ_input(obj.c_str(), back, connect, back_ranges, back_types, refs), 0); }
+    if (file == 2) { ASSERT_EQ(medit_solution_input(sol.c_str(), dim, back), 0); }
     ASSERT_EQ(back.cols(), pos.cols());
     for (unsigned j = 0; j < pos.cols(); ++j)
       for (unsigned i = 0; i < 3; ++i) ASSERT_EQ(back(i, j), pos(i, j)) << i << " " << j;

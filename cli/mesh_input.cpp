@@ -29,6 +29,12 @@ int read_mesh_input(const invocation& call, const mesh_input& in, mesh& m) {
   return file_failure(call, "read", in.path, in.format->read_signature, code);
 }
 
+int read_mesh_argument(const invocation& call, const char* name, progress& shown, mesh_input& in, mesh& m) {
+  if (const int status = find_mesh_input(call, name, in)) return status;
+  shown.step("reading");
+  return read_mesh_input(call, in, m);
+}
+
 int read_field_input(const invocation& call, const char* path, const field_format& format, field& f) {
   const int code = format.read(path, f);
   if (code == 0) return EXIT_OK;

@@ -6,6 +6,7 @@
 #include "command.hpp"
 #include "mesh.hpp"
 #include "mesh_formats.hpp"
+#include "progress.hpp"
 
 namespace plexa_cli {
 
@@ -26,6 +27,11 @@ int find_mesh_input(const invocation& call, const char* name, mesh_input& in);
 // Reads the input into m.  EXIT_OK, or EXIT_FAILURE_STATUS after reporting
 // why it could not be read.
 int read_mesh_input(const invocation& call, const mesh_input& in, mesh& m);
+
+// find_mesh_input, then read_mesh_input with "reading" shown as the step
+// of `shown`: the first thing a command that works on one mesh does.
+// EXIT_OK, or the status of the step that failed (reported).
+int read_mesh_argument(const invocation& call, const char* name, progress& shown, mesh_input& in, mesh& m);
 
 // Reads the solution file `path` of the given format into f.  EXIT_OK, or
 // EXIT_FAILURE_STATUS after reporting why it could not be read.

@@ -272,13 +272,11 @@ int check_main(const invocation& call) {
   if (const char* text = args.value(TOLERANCE))
     if (!parse_double(text, tolerance) || tolerance < 0)
       return usage_error(call, "invalid tolerance '%s' (a number, 0 or more)", text);
-  mesh_input in;
-  if (const int status = find_mesh_input(call, args.positionals.empty() ? nullptr : args.positionals[0], in))
-    return status;
   progress shown(call.err, call.self.name);
-  shown.step("reading");
+  mesh_input in;
   mesh m;
-  if (const int status = read_mesh_input(call, in, m)) return status;
+  const char* input = args.positionals.empty() ? nullptr : args.positionals[0];
+  if (const int status = read_mesh_argument(call, input, shown, in, m)) return status;
 
   check_report r;
   try {

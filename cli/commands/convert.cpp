@@ -126,12 +126,10 @@ int convert_main(const invocation& call) {
   if (const int status = find_mesh_output(call, output, format)) return status;
   if (args.has(QUALITY) && std::strcmp(format->extension, ".vtk") != 0)
     return usage_error(call, "'--quality' writes VTK cell data: the output must be a .vtk file");
-  mesh_input in;
-  if (const int status = find_mesh_input(call, input, in)) return status;
   progress shown(call.err, call.self.name);
-  shown.step("reading");
+  mesh_input in;
   mesh m;
-  if (const int status = read_mesh_input(call, in, m)) return status;
+  if (const int status = read_mesh_argument(call, input, shown, in, m)) return status;
   bool mirrored = false;
   if (!apply_transforms(transforms, m.coords, mirrored)) return failure(call, "out of memory");
   if (mirrored) {

@@ -82,12 +82,10 @@ int info_main(const invocation& call) {
   const char* input = args.positionals[0];
   const bool json = args.has(JSON);
   if (const field_format* format = field_format_of(input)) return solution_info(call, input, *format, json);
-  mesh_input in;
-  if (const int status = find_mesh_input(call, input, in)) return status;
   progress shown(call.err, call.self.name);
-  shown.step("reading");
+  mesh_input in;
   mesh m;
-  if (const int status = read_mesh_input(call, in, m)) return status;
+  if (const int status = read_mesh_argument(call, input, shown, in, m)) return status;
   shown.done();
   if (json) {
     json_writer j(call.out);

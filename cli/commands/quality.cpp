@@ -50,13 +50,11 @@ int quality_main(const invocation& call) {
   unsigned worst = default_worst;
   if (const char* text = args.value(WORST))
     if (!parse_count(text, 1000, worst)) return usage_error(call, "invalid count '%s' of '--worst'", text);
-  mesh_input in;
-  if (const int status = find_mesh_input(call, args.positionals.empty() ? nullptr : args.positionals[0], in))
-    return status;
   progress shown(call.err, call.self.name);
-  shown.step("reading");
+  mesh_input in;
   mesh m;
-  if (const int status = read_mesh_input(call, in, m)) return status;
+  const char* input = args.positionals.empty() ? nullptr : args.positionals[0];
+  if (const int status = read_mesh_argument(call, input, shown, in, m)) return status;
   shown.step("measuring the elements");
 
   mesh_quality q;

@@ -399,14 +399,11 @@ int sizemap_main(const invocation& call) {
     return usage_error(call, "unknown solution format of '%s' (known: %s)", output, field_extensions().c_str());
   if (s.metric && !field_format_of(s.metric))
     return usage_error(call, "unknown solution format of '%s' (known: %s)", s.metric, field_extensions().c_str());
-  mesh_input in;
-  if (const int status = find_mesh_input(call, args.positionals.empty() ? nullptr : args.positionals[0], in))
-    return status;
-
   progress shown(call.err, call.self.name);
-  shown.step("reading");
+  mesh_input in;
   mesh m;
-  if (const int status = read_mesh_input(call, in, m)) return status;
+  const char* input = args.positionals.empty() ? nullptr : args.positionals[0];
+  if (const int status = read_mesh_argument(call, input, shown, in, m)) return status;
   mesh_cells c;
   if (const int status = find_cells(call, in.name(), m, c)) return status;
 

@@ -444,7 +444,7 @@ char* format_fixed(double value, char* out) noexcept {
 }
 
 char* format_shortest(double value, char* out) noexcept {
-  char* const end = std::to_chars(out, out + SHORTEST_TEXT_MAX, value).ptr;
+  char* const end = format_real(value, -1, 'e', 0, out);
   for (char* p = out; p < end; ++p)
     if (*p != '-' && (*p < '0' || *p > '9')) return end;
   *end = '.';

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/files.hpp"
 #include "support/meshes.hpp"
 #include "support/support.hpp"
 
@@ -166,9 +167,14 @@ constexpr const char* obj_sample =
     "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 2 0 0\nf 1 2 3\ng walls\nf 1 2 3 4 5\nl 1 2 3\n"
     "o cap\np 1 -1\nf 1//1 2 3 4\n";
 
+const std::string nastran_sample_file = data_file("nastran_fields.bdf");
+const std::string femap_sample_file = data_file("femap_sample.neu");
+
 // A read-only stream over a sample, closed when it goes.
 struct sample_stream {
   explicit sample_stream(const char* text) : f(fmemopen(const_cast<char*>(text), std::strlen(text), "r")) {}
+  // A sample file of tests/data (its path made before any allocation fails).
+  explicit sample_stream(const std::string& path) : f(std::fopen(path.c_str(), "r")) {}
   ~sample_stream() {
     if (f) std::fclose(f);
   }
@@ -514,6 +520,35 @@ const std::vector<public_call>& public_calls() {
        unsigned dim;
        return medit_solution_input(in.f, dim, d2(a[0]));
      }},
+    {"medit_input(f, pos, connect, ranges, types, refs, node_refs)", "oooooo",
+     [](G& g) {
+       return slots{points(g, 3, 3), conn(g, 3, 1, 3), list(g, 9, 2), types_of({3}), list(g, 9, 1), list(g, 9, 3)};
+     },
+     [](S a, unsigned) {
+       sample_stream in(medit_sample);
+       return medit_input(in.f, d2(a[0]), u2(a[1]), u1(a[2]), i1(a[3]), u1(a[4]), u1(a[5]));
+     },
+     {{2, 4, -6}, {2, 5, -7}, {4, 5, -7}}},
+    {"NASTRAN_input(f, pos, connect, ranges, types, pids, node_ids, element_ids)", "ooooooo",
+     [](G& g) {
+       return slots{points(g, 3, 3), conn(g, 3, 1, 3), list(g, 9, 2), types_of({3}),
+                    list(g, 9, 1),   list(g, 9, 3),    list(g, 9, 1)};
+     },
+     [](S a, unsigned) {
+       sample_stream in(nastran_sample_file);
+       return NASTRAN_input(in.f, d2(a[0]), u2(a[1]), u1(a[2]), i1(a[3]), u1(a[4]), u1(a[5]), u1(a[6]));
+     },
+     {{2, 4, -6}, {2, 5, -7}, {4, 5, -7}, {2, 6, -8}, {4, 6, -8}, {5, 6, -8}}},
+    {"FEMAP_input(f, pos, connect, ranges, types, ids, node_ids, element_ids)", "ooooooo",
+     [](G& g) {
+       return slots{points(g, 3, 3), conn(g, 3, 1, 3), list(g, 9, 2), types_of({3}),
+                    list(g, 9, 1),   list(g, 9, 3),    list(g, 9, 1)};
+     },
+     [](S a, unsigned) {
+       sample_stream in(femap_sample_file);
+       return FEMAP_input(in.f, d2(a[0]), u2(a[1]), u1(a[2]), i1(a[3]), u1(a[4]), u1(a[5]), u1(a[6]));
+     },
+     {{2, 4, -6}, {2, 5, -7}, {4, 5, -7}, {2, 6, -8}, {4, 6, -8}, {5, 6, -8}}},
     {"WavefrontOBJ_input(f, pos, connect, ranges, types, groups, names)", "ooooo",
      [](G& g) { return slots{points(g, 3, 3), conn(g, 3, 1, 3), list(g, 9, 2), types_of({3}), list(g, 9, 1)}; },
      [](S a, unsigned) {
